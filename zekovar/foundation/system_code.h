@@ -1,0 +1,24 @@
+#pragma once
+
+#include "zekovar/foundation/xcode.h"
+
+#include <cerrno>
+
+namespace ZK::Detail
+{
+/// For calls that return their error number (`pthread_...`): 0 is success.
+inline XCode codeOfErrno(int errorNumber)
+{
+    if (errorNumber == 0)
+        return XCODE_SUCCESS;
+    return XCode(XCODE_ERRNO | (static_cast<unsigned int>(errorNumber) & 0xFFFFFF));
+}
+
+/// For calls that return a negative number and set `errno`. Even an `errno` of 0 is a failure then.
+inline XCode codeOfResult(int result)
+{
+    if (result >= 0)
+        return XCODE_SUCCESS;
+    return XCode(XCODE_ERRNO | (static_cast<unsigned int>(errno) & 0xFFFFFF));
+}
+}
