@@ -1,0 +1,100 @@
+#pragma once
+
+#include "zekovar/foundation/string.h"
+#include "zekovar/foundation/time.h"
+#include "zekovar/foundation/xcode.h"
+#include "zekovar/threads/mutex.h"
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+
+class ZKBacktrace;
+class ZKEvent;
+class ZKEventLoop;
+
+/// The events of one priority of a loop: first in, first out, without a bound, with figures of load and delay.
+///
+/// All operations are safe from any thread, except that only the loop's thread calls `processEvent`. No handler runs
+/// under the queue's mutex.
+class ZKEventQueue
+{
+public:
+    /// One entry, with the monotonic times of its life.
+    struct EventInfo
+    {
+        ZKEvent* event = nullptr; ///< holds a reference
+        ZK::Time added;
+        ZK::Time removed;
+        ZK::Time processed;
+        ZKBacktrace* backtrace = nullptr; ///< null in normal running, deleted with the entry
+    };
+
+    struct Statistics
+    {
+        uint64_t added = 0;
+        uint64_t removed = 0;
+        uint64_t processed = 0;                 ///< handlers finished
+        uint64_t maxFillLevel = 0;              ///< since the start
+        uint64_t maxFillLevelInterval = 0;      ///< since the last `getStatistics`
+        uint64_t load = 0;                      ///< nanoseconds times fill level
+        uint64_t queuingTime = 0;               ///< milliseconds from added to removed, summed up
+        uint64_t maxQueuingTimeInterval = 0;    ///< milliseconds, since the last `getStatistics`
+        uint64_t processingTime = 0;            ///< milliseconds from removed to processed, summed up
+        uint64_t maxProcessingTimeInterval = 0; ///< milliseconds, since the last `getStatistics`
+    };
+
+    /// `capacityHint` and `levelHint` bound nothing; the second is kept for tools.
+    ZKEventQueue(ZKEventLoop& loop, String const& name, unsigned int capacityHint, unsigned int levelHint);
+
+    ZKEventQueue(ZKEventQueue const&) = delete;
+    ZKEventQueue& operator=(ZKEventQueue const&) = delete;
+
+    /// Cancels and drops what is left, without running a handler.
+    ~ZKEventQueue();
+
+    /// Appends an entry, which holds a reference on `event`, and wakes the loop. `XCODE_FAILURE` for null.
+    XCode addEvent(ZKEvent* event);
+
+    /// Takes the first entry off and runs its event; false if there was none.
+    bool processEvent();
+
+    unsigned int getFillLevel() const;
+
+    /// Copies the figures and starts a new interval for the three interval maxima.
+    void getStatistics(Statistics& statistics);
+
+    /// "symbol line -> demangled name" of the entry's handler; empty without an event.
+    static String GET_HANDLE_INFO(EventInfo const& info);
+
+    ZKEventLoop& getLoop() const { return m_loop; }
+
+    String const& getName() const { return m_name; }
+
+    /// True while a handler runs. Read without a lock.
+    bool isProcessing() const { return m_processing.load(std::memory_order_relaxed); }
+
+    /// `Statistics::processed`, read without a lock.
+    uint64_t getProcessedCount() const;
+
+    /// False only if every event whose `addEvent` has returned is handled or being handled. Takes no lock; the order of
+    /// this look against the loop's wake-up state is what the loop's sleep rests on.
+    bool hasEvents() const { return m_fillLevel.load(std::memory_order_seq_cst) != 0; }
+
+private:
+    void onEventAdded(EventInfo const& info);
+    void onEventRemoved(EventInfo const& info);
+    void onProcessed(EventInfo const& info);
+    void updateMaxFillLevel(uint64_t level);
+    void updateLoadTime(ZK::Time const& now, uint64_t level);
+
+    ZKEventLoop& m_loop;
+    String m_name;
+    unsigned int m_levelHint;
+    mutable ZKMutex m_mutex; // guards m_entries, m_lastLoadUpdate, and m_statistics but for the loop's own figures
+    std::deque<EventInfo> m_entries;
+    std::atomic<bool> m_processing;
+    Statistics m_statistics; // processed and the processing times are written without m_mutex, by the loop's thread
+    ZK::Time m_lastLoadUpdate;
+    std::atomic<uint32_t> m_fillLevel; // size of m_entries, written under m_mutex
+};
