@@ -1,8 +1,12 @@
-# Flags that every target of this tree shares, the outside project's own flags stay untouched.
+# Flags that every target of this tree shares; none of them reaches a project that uses the library.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES AND PROJECT_IS_TOP_LEVEL)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+endif()
 
 find_program(ZEKOVAR_CCACHE ccache)
 if(ZEKOVAR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
@@ -12,11 +16,28 @@ endif()
 find_package(Threads REQUIRED)
 
 add_library(zekovar_build INTERFACE)
-target_compile_options(zekovar_build INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
+# __FILE__ is relative to the tree, so that no text of the library depends on where it was built.
+target_compile_options(zekovar_build INTERFACE -Wall -Wextra -Wpedantic -Wshadow
+                                               -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+target_compile_definitions(zekovar_build INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+target_link_options(zekovar_build INTERFACE -Wl,--as-needed -Wl,-z,relro -Wl,-z,now)
 if(ZEKOVAR_WERROR)
     target_compile_options(zekovar_build INTERFACE -Werror)
 endif()
 if(ZEKOVAR_SANITIZE)
     add_compile_options(-fsanitize=${ZEKOVAR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${ZEKOVAR_SANITIZE})
+endif()
+
+# jemalloc is the allocator of the whole process. A cross sysroot rarely has it, and sanitizers bring their own.
+find_library(ZEKOVAR_JEMALLOC_LIBRARY jemalloc)
+mark_as_advanced(ZEKOVAR_JEMALLOC_LIBRARY)
+if(ZEKOVAR_JEMALLOC_LIBRARY AND NOT ZEKOVAR_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
+    set(ZEKOVAR_JEMALLOC_DEFAULT ON)
+else()
+    set(ZEKOVAR_JEMALLOC_DEFAULT OFF)
+endif()
+option(ZEKOVAR_WITH_JEMALLOC "Link with jemalloc" ${ZEKOVAR_JEMALLOC_DEFAULT})
+if(ZEKOVAR_WITH_JEMALLOC AND NOT ZEKOVAR_JEMALLOC_LIBRARY)
+    message(FATAL_ERROR "ZEKOVAR_WITH_JEMALLOC is ON, but libjemalloc was not found (Debian: libjemalloc-dev)")
 endif()

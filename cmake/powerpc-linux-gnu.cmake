@@ -1,6 +1,7 @@
 # Cross-build for the 32-bit big-endian target with Debian's g++-powerpc-linux-gnu; tests run under qemu-user.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR powerpc)
+set(CMAKE_C_COMPILER powerpc-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER powerpc-linux-gnu-g++)
 set(CMAKE_STRIP powerpc-linux-gnu-strip CACHE FILEPATH "")
 set(CMAKE_FIND_ROOT_PATH /usr/powerpc-linux-gnu)
