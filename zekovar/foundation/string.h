@@ -257,11 +257,9 @@ public:
 
     /// @name Derived copies
     /// @{
-    String lowerCase() const { return String(*this).toLowerCase(); }
-
-    String upperCase() const { return String(*this).toUpperCase(); }
-
-    String sentence() const { return String(*this).toSentence(); }
+    String lowerCase() const;
+    String upperCase() const;
+    String sentence() const;
 
     /// The text from `start` on; empty for a start below 0 or not below the length.
     String substring(int start) const;
@@ -275,7 +273,7 @@ public:
     /// The text behind the first `character`; empty if there is none.
     String after(char character) const;
 
-    String commonPrefix(String const& other) const { return String(*this).toCommonPrefix(other); }
+    String commonPrefix(String const& other) const;
 
     /// @}
 

@@ -68,17 +68,18 @@ public:
 
     TString& operator+=(TString const& other) { return insert(m_length, other.data(), other.m_length); }
 
-    TString& operator+=(T element) { return insert(m_length, &element, 1); }
+    TString& operator+=(T element)
+    {
+        if (m_length >= m_capacity - m_frontGap)
+            return insert(m_length, &element, 1);
+        data()[m_length++] = element;
+        return *this;
+    }
 
     /// The element at `index`; below 0 the first one, past the end the last one; 0 in an empty buffer.
     T operator[](int index) const;
 
 private:
-    static long long CAPACITY_FOR(long long needed);
-
-    void grow(int length);
-    bool isInside(T const* data) const;
-
     int m_length;
     int m_capacity;
     int m_frontGap;

@@ -1,0 +1,58 @@
+#include "zekovar/foundation/string_store.h"
+
+#include <bit>
+
+namespace ZK::Detail
+{
+
+namespace
+{
+
+constexpr int LONGEST_DOUBLING_LENGTH = 4094; // from 4095 on with its zero it would pass one page
+constexpr int LARGE_UNIT = 4096;
+
+}
+
+int StringStore::CAPACITY_FOR_LENGTH(int length)
+{
+    if (length <= 0)
+        return 0;
+    if (length <= LONGEST_DOUBLING_LENGTH)
+        return static_cast<int>(std::bit_ceil(static_cast<unsigned>(length) + 1) - 1);
+    if (length > MAX_LENGTH)
+        return MAX_LENGTH;
+    return ((length - 1) & -LARGE_UNIT) + LARGE_UNIT;
+}
+
+char* StringStore::alloc(int length)
+{
+    if (m_raw.capacity != 0)
+        std::free(m_raw.storage.heap);
+    m_raw = EMPTY;
+    if (length <= INLINE_CAPACITY)
+    {
+        setLength(length > 0 ? length : 0);
+        return m_raw.storage.text;
+    }
+    if (length > MAX_LENGTH)
+        return nullptr;
+
+    int const capacity = CAPACITY_FOR_LENGTH(length);
+    char* const heap = static_cast<char*>(std::malloc(static_cast<std::size_t>(capacity) + 1));
+    if (heap == nullptr)
+        return nullptr;
+    m_raw.capacity = capacity - INLINE_CAPACITY;
+    m_raw.storage.heap = heap;
+    setLength(length);
+    return heap;
+}
+
+void StringStore::initLong(char const* text, std::size_t size)
+{
+    if (size > static_cast<std::size_t>(MAX_LENGTH))
+        return;
+    if (char* const target = alloc(static_cast<int>(size)))
+        std::memcpy(target, text, size);
+}
+
+}
