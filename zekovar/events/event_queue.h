@@ -82,6 +82,7 @@ public:
     bool hasEvents() const { return m_fillLevel.load(std::memory_order_seq_cst) != 0; }
 
 private:
+    bool takeFirst(EventInfo& info);
     void onEventAdded(EventInfo const& info);
     void onEventRemoved(EventInfo const& info);
     void onProcessed(EventInfo const& info);
@@ -94,7 +95,8 @@ private:
     mutable ZKMutex m_mutex; // guards m_entries, m_lastLoadUpdate, and m_statistics but for the loop's own figures
     std::deque<EventInfo> m_entries;
     std::atomic<bool> m_processing;
-    Statistics m_statistics; // processed and the processing times are written without m_mutex, by the loop's thread
+    mutable Statistics
+        m_statistics; // processed and the processing times are written without m_mutex, by the loop's thread
     ZK::Time m_lastLoadUpdate;
     std::atomic<uint32_t> m_fillLevel; // size of m_entries, written under m_mutex
 };

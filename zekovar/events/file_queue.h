@@ -36,6 +36,9 @@ public:
     /// Sleeps until a file is ready and serves up to `BATCH_SIZE` of them.
     void waitForFileActivity();
 
+    /// False if the kernel refused an epoll set.
+    bool isOpen() const { return m_epollFd >= 0; }
+
     unsigned int getObserverCount() const { return m_observerCount.load(std::memory_order_relaxed); }
 
     unsigned int getProcessedEvents() const { return m_processedEvents.load(std::memory_order_relaxed); }
