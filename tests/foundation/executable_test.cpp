@@ -1,0 +1,164 @@
+#include "zekovar/foundation/executable.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include <getopt.h>
+
+using testing::ExitedWithCode;
+using testing::KilledBySignal;
+
+namespace
+{
+option LONG_OPTIONS[] = {{"name", required_argument, nullptr, 'n'}, {nullptr, 0, nullptr, 0}};
+
+class Daemon : public ZKExecutable
+{
+public:
+    Daemon() : ZKExecutable("hn:", LONG_OPTIONS) {}
+
+    void start(std::vector<char const*> arguments = {"/usr/bin/daemon"})
+    {
+        int const count = static_cast<int>(arguments.size());
+        arguments.push_back(nullptr);
+        EXPECT_TRUE(setup(count, const_cast<char**>(arguments.data())));
+    }
+
+    void subclassHookA() override {}
+
+    XCode parseArgument(char letter, String const& argument) override
+    {
+        steps.concatf("%x:%s ", static_cast<unsigned char>(letter), argument.c_str());
+        return XCODE_FAILURE;
+    }
+
+    void onQuitSignal(int signalNumber) override
+    {
+        lastSignal = signalNumber;
+        quits++;
+        stack_t stack{};
+        sigaltstack(nullptr, &stack);
+        isOnSignalStack = (stack.ss_flags & SS_ONSTACK) != 0;
+    }
+
+    int handleException(int signalNumber) override
+    {
+        lastSignal = signalNumber;
+        return isFaultHandled;
+    }
+
+    void subclassHookB() override {}
+
+    String steps;
+    volatile int lastSignal = 0;
+    volatile int quits = 0;
+    volatile bool isOnSignalStack = false;
+    int isFaultHandled = 0;
+};
+
+/// Ends a forked child: 0 if everything held.
+[[noreturn]] void leave(bool isRight)
+{
+    std::_Exit(isRight && !testing::Test::HasFailure() ? 0 : 1);
+}
+
+[[noreturn]] void report(std::vector<char const*> arguments)
+{
+    Daemon daemon;
+    daemon.start(std::move(arguments));
+    std::fprintf(stderr, "[%s] %s", daemon.getName().c_str(), daemon.steps.c_str());
+    leave(true);
+}
+}
+
+TEST(Executable, NameIsTheLastPartOfThePath)
+{
+    EXPECT_EXIT(report({"/usr/bin/daemon"}), ExitedWithCode(0), "^\\[daemon\\]");
+    EXPECT_EXIT(report({"daemon"}), ExitedWithCode(0), "^\\[daemon\\]");
+    EXPECT_EXIT(report({"/usr/bin/"}), ExitedWithCode(0), "^\\[\\]");
+    EXPECT_EXIT(report({""}), ExitedWithCode(0), "^\\[\\]");
+    EXPECT_EXIT(report({}), ExitedWithCode(0), "^\\[\\] ff: $") << "one step even without a name";
+}
+
+TEST(Executable, WalksTheCommandLineInOneStepMoreThanItHasWords)
+{
+    EXPECT_EXIT(report({"d"}), ExitedWithCode(0), "\\] ff: ff: $");
+    EXPECT_EXIT(report({"d", "-h", "--name", "x"}), ExitedWithCode(0), "\\] 68: 6e:x ff:x ff:x ff:x $");
+    EXPECT_EXIT(report({"d", "-q"}), ExitedWithCode(0), "\\] 3f: ff: ff: $");
+}
+
+TEST(Executable, EveryQuitSignalReachesTheDaemon)
+{
+    EXPECT_EXIT(
+        {
+            Daemon daemon;
+            daemon.start();
+            raise(SIGTERM);
+            bool isRight = daemon.isOnSignalStack;
+            raise(SIGTERM);
+            isRight = isRight && !daemon.isOnSignalStack && daemon.quits == 2;
+            for (int signalNumber : {SIGHUP, SIGINT, SIGPIPE, SIGUSR1, SIGIO, SIGPWR, SIGTERM})
+            {
+                errno = EPERM;
+                raise(signalNumber);
+                isRight = isRight && daemon.lastSignal == signalNumber && errno == EPERM;
+            }
+            leave(isRight && daemon.quits == 9);
+        },
+        ExitedWithCode(0), "");
+}
+
+TEST(Executable, FatalSignalEndsTheProcessUnlessItIsHandled)
+{
+    for (int signalNumber : {SIGSEGV, SIGABRT, SIGFPE})
+    {
+        EXPECT_EXIT(
+            {
+                Daemon daemon;
+                daemon.start();
+                daemon.isFaultHandled = 1;
+                raise(signalNumber);
+                leave(daemon.lastSignal == signalNumber && daemon.quits == 0);
+            },
+            ExitedWithCode(0), "");
+        EXPECT_EXIT(
+            {
+                Daemon daemon;
+                daemon.start();
+                raise(signalNumber);
+                leave(true);
+            },
+            KilledBySignal(signalNumber), "");
+    }
+}
+
+TEST(Executable, SignalsAfterItsEndDoNoHarm)
+{
+    EXPECT_EXIT(
+        {
+            {
+                Daemon daemon;
+                daemon.start();
+                daemon.start();
+            }
+            raise(SIGTERM);
+            stack_t stack{};
+            sigaltstack(nullptr, &stack);
+            leave((stack.ss_flags & SS_DISABLE) != 0);
+        },
+        ExitedWithCode(0), "");
+    EXPECT_EXIT(
+        {
+            {
+                Daemon daemon;
+                daemon.start();
+            }
+            raise(SIGBUS);
+            leave(true);
+        },
+        KilledBySignal(SIGBUS), "");
+}

@@ -1,0 +1,138 @@
+#include "zekovar/foundation/hash_table.h"
+
+#include "zekovar/foundation/string.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+using Table = ZKStringHashTable<int>;
+
+String listed(Table const& table)
+{
+    String text;
+    for (auto const& entry : table)
+        text.concatf("%s=%d ", entry.key().c_str(), entry.value());
+    return text;
+}
+}
+
+TEST(HashTable, HashesTextByShiftAndXor)
+{
+    EXPECT_EQ(StringHash()(""), 0u);
+    EXPECT_EQ(StringHash()("a"), 0x61u);
+    EXPECT_EQ(StringHash()("ab"), (0x61u ^ 0x61u << 5 ^ 0x62u));
+    EXPECT_EQ(StringHash()("\xff"), 0xFFu) << "bytes are unsigned";
+    EXPECT_EQ(NumberHash<int>()(-1), 0xFFFFFFFFu);
+}
+
+TEST(HashTable, IteratesInTheOrderOfAddingAndFindsTheOldest)
+{
+    Table table;
+    for (char const* key : {"zebra", "ant", "mole"})
+        table.add(key, key[0]);
+    table.add("ant", 1);
+    EXPECT_EQ(listed(table), "zebra=122 ant=97 mole=109 ant=1 ");
+    EXPECT_EQ(table.size(), 4u);
+
+    int value = 7;
+    EXPECT_FALSE(table.get("bee", value));
+    EXPECT_EQ(value, 7);
+    EXPECT_TRUE(table.get("ant", value));
+    EXPECT_EQ(value, 97);
+    table.set("ant", 2);
+    table.set("bee", 3);
+    EXPECT_EQ(listed(table), "zebra=122 ant=2 mole=109 ant=1 bee=3 ");
+    EXPECT_TRUE(table.remove("ant", value));
+    EXPECT_EQ(value, 2);
+    EXPECT_EQ(listed(table), "zebra=122 mole=109 ant=1 bee=3 ");
+    EXPECT_TRUE(table.remove("ant"));
+    EXPECT_FALSE(table.remove("ant", value));
+    EXPECT_FALSE(table.contains("ant"));
+    EXPECT_EQ(table.size(), 3u);
+}
+
+TEST(HashTable, LongChainsKeepTheirEntries)
+{
+    ZKIntHashTable<int> table(3);
+    for (int i = -100; i < 100; i++)
+        table.add(i, i * 2);
+    for (int i = -100; i < 100; i += 2)
+        EXPECT_TRUE(table.remove(i));
+    int value = 0;
+    for (int i = -100; i < 100; i++)
+    {
+        EXPECT_EQ(table.get(i, value), i % 2 != 0);
+        EXPECT_TRUE(i % 2 == 0 || value == i * 2);
+    }
+    EXPECT_EQ(table.size(), 100u);
+    EXPECT_EQ(table.begin()->key(), -99);
+}
+
+TEST(HashTable, IteratorsErasePointAndMarkTheEnd)
+{
+    Table table;
+    for (char const* key : {"a", "b", "c"})
+        table.add(key, 0);
+    Table::Iterator it;
+    EXPECT_FALSE(table.get("d", it));
+    EXPECT_EQ(it, table.end());
+    table.erase(it);
+    EXPECT_TRUE(table.get("b", it));
+    it.value() = 5;
+    table.erase(it);
+    EXPECT_EQ(it.key(), "c");
+    table.erase(it);
+    EXPECT_EQ(it, table.end());
+
+    Table const& constant = table;
+    Table::ConstIterator position;
+    EXPECT_TRUE(constant.get("a", position));
+    EXPECT_EQ(position, constant.begin());
+    EXPECT_TRUE(table.remove(position.key())) << "the key may lie in the entry itself";
+    EXPECT_FALSE(constant.get("a", position));
+    EXPECT_EQ(position, constant.end());
+}
+
+TEST(HashTable, CopiesAreDeepAndMovesLeaveAnEmptyTable)
+{
+    Table table;
+    table.add("a", 1);
+    table.add("b", 2);
+    Table copy(table);
+    copy.set("a", 5);
+    EXPECT_EQ(listed(table), "a=1 b=2 ");
+
+    Table moved(std::move(table));
+    EXPECT_EQ(listed(moved), "a=1 b=2 ");
+    EXPECT_EQ(listed(table), "");
+    table.add("c", 3);
+    EXPECT_EQ(listed(table), "c=3 ");
+
+    moved = copy;
+    EXPECT_EQ(listed(moved), "a=5 b=2 ");
+    moved = std::move(table);
+    EXPECT_EQ(listed(moved), "c=3 ");
+    moved.clear();
+    moved.clear();
+    EXPECT_TRUE(moved.isEmpty());
+    moved._add(new Table::Node("d", 4)) = 6;
+    EXPECT_EQ(listed(moved), "d=6 ");
+}
+
+TEST(HashTable, EveryNamedFormFindsItsKeys)
+{
+    ZKUIntHashTable<int> numbers;
+    numbers.add(0xFFFFFFFF, 1);
+    EXPECT_TRUE(numbers.contains(0xFFFFFFFF));
+    EXPECT_FALSE(numbers.contains(15)) << "the same bucket";
+
+    ZKPtrHashTable<String> pointers(0);
+    pointers.add(nullptr, "null");
+    pointers.add(&numbers, "numbers");
+    String text;
+    EXPECT_TRUE(pointers.get(&numbers, text));
+    EXPECT_EQ(text, "numbers");
+    EXPECT_TRUE(pointers.contains(nullptr));
+    EXPECT_FALSE(pointers.contains(&text));
+}

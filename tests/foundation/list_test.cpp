@@ -1,0 +1,117 @@
+#include "zekovar/foundation/list.h"
+
+#include "zekovar/foundation/string.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+String joined(ZKList<String> const& list)
+{
+    String text;
+    for (String const& element : list)
+        text.concat(element).concat(" ");
+    return text;
+}
+
+ZKList<String> listOf(std::initializer_list<char const*> texts)
+{
+    ZKList<String> list;
+    for (char const* text : texts)
+        list.add(text);
+    return list;
+}
+}
+
+TEST(List, KeepsTheOrderOfAddingAndPopsFromTheFront)
+{
+    ZKList<String> list = listOf({"b", "c"});
+    list.addFirst("a");
+    EXPECT_EQ(joined(list), "a b c ");
+
+    String text;
+    EXPECT_TRUE(list.pop(text));
+    EXPECT_EQ(text, "a");
+    EXPECT_EQ(list.size(), 2u);
+    EXPECT_TRUE(list.pop(text) && list.pop(text));
+    text = "untouched";
+    EXPECT_FALSE(list.pop(text));
+    EXPECT_EQ(text, "untouched");
+    list.add("again");
+    EXPECT_EQ(joined(list), "again ");
+}
+
+TEST(List, EraseMovesTheIteratorOn)
+{
+    ZKList<String> list = listOf({"a", "x", "x", "b", "x"});
+    for (ZKList<String>::Iterator it = list.begin(); it != list.end();)
+    {
+        if (*it == "x")
+            list.erase(it);
+        else
+            ++it;
+    }
+    EXPECT_EQ(joined(list), "a b ");
+    EXPECT_EQ(list.size(), 2u);
+
+    ZKList<String>::Iterator end = list.end();
+    list.erase(end);
+    EXPECT_EQ(list.size(), 2u) << "there is nothing to erase at the end";
+    --end;
+    EXPECT_EQ(*end, "b");
+}
+
+TEST(List, CopiesAreDeepAndMovesLeaveAnEmptyList)
+{
+    ZKList<String> list = listOf({"a", "b"});
+    ZKList<String> copy(list);
+    *copy.begin() = "changed";
+    EXPECT_EQ(joined(list), "a b ");
+
+    ZKList<String> moved(std::move(list));
+    EXPECT_EQ(joined(moved), "a b ");
+    EXPECT_EQ(joined(list), "");
+    list.add("c");
+    EXPECT_EQ(joined(list), "c ");
+
+    ZKList<String> const& self = moved;
+    moved = self;
+    EXPECT_EQ(joined(moved), "a b ");
+    moved = copy;
+    EXPECT_EQ(joined(moved), "changed b ");
+    moved = ZKList<String>();
+    EXPECT_TRUE(moved.isEmpty());
+    moved.clear();
+    moved.add(*copy.begin());
+    EXPECT_EQ(joined(moved), "changed ");
+}
+
+TEST(List, ClearAlsoTakesWhatAnElementAddsWhileItGoes)
+{
+    struct Element
+    {
+        ZKList<Element>* list = nullptr;
+
+        Element() = default;
+        Element(Element const&) = default;
+
+        explicit Element(ZKList<Element>* target) : list(target) {}
+
+        ~Element()
+        {
+            if (list != nullptr)
+                list->add(Element());
+        }
+    };
+
+    ZKList<Element> other;
+    {
+        ZKList<Element> list;
+        list.add(Element(&other));
+        other.clear();
+        list.begin()->list = &list;
+        list.clear();
+        EXPECT_TRUE(list.isEmpty());
+    }
+    EXPECT_TRUE(other.isEmpty());
+}

@@ -1,0 +1,121 @@
+#include "zekovar/foundation/time.h"
+
+#include "zekovar/foundation/string.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+using ZK::Time;
+
+namespace
+{
+constexpr time_t DAY = 86400;
+
+String shortForm(time_t seconds, long nanoseconds, int maxParts, bool showFraction = true)
+{
+    return Time(seconds, nanoseconds).toString(Time::Format::SHORT, maxParts, showFraction);
+}
+
+String longForm(time_t seconds, int maxParts)
+{
+    return Time(seconds).toString(Time::Format::LONG, maxParts, true);
+}
+}
+
+TEST(Time, ReadsTheClockOfTheSource)
+{
+    EXPECT_EQ(Time::SOURCE_TO_CLOCK_ID(Time::Source::REALTIME), CLOCK_REALTIME);
+    EXPECT_EQ(Time::SOURCE_TO_CLOCK_ID(Time::Source(2)), CLOCK_PROCESS_CPUTIME_ID);
+    EXPECT_EQ(Time::SOURCE_TO_CLOCK_ID(Time::Source(3)), CLOCK_THREAD_CPUTIME_ID);
+    EXPECT_EQ(Time::SOURCE_TO_CLOCK_ID(Time::Source(99)), CLOCK_MONOTONIC);
+
+    Time const before = Time::NOW(Time::Source::MONOTONIC);
+    Time after;
+    EXPECT_TRUE(after.now(Time::Source::MONOTONIC));
+    EXPECT_LE(before, after);
+    EXPECT_GT(Time::NOW(Time::Source::REALTIME), Time(1600000000));
+    EXPECT_GT(Time::RESOLUTION(Time::Source::REALTIME), Time());
+}
+
+TEST(Time, MillisecondsCarryIntoTheSecondsAndStayAtTheLargest)
+{
+    Time time(10, 999000000);
+    time += 1;
+    EXPECT_EQ(time, Time(11, 0));
+    time += 2999;
+    EXPECT_EQ(time, Time(13, 999000000));
+    time.addMilliseconds(0x7FFFFFFF);
+    EXPECT_EQ(time, Time(13 + 2147483 + 1, 646000000));
+
+    time_t const largest = std::numeric_limits<time_t>::max();
+    Time last(largest, 999999999);
+    last.addMilliseconds(1);
+    EXPECT_EQ(last.getSeconds(), largest);
+    Time deadline(100);
+    deadline.addMilliseconds(-1);
+    EXPECT_GT(deadline.getSeconds(), 0x7FFFFFFE) << "a negative wait has no limit";
+}
+
+TEST(Time, DifferencesAreWholeMillisecondsRoundedDown)
+{
+    EXPECT_EQ(Time(5, 1999999).millisecondsSince(Time(4, 0)), 1001);
+    EXPECT_EQ(Time(5, 100).millisecondsSince(Time(4, 999999900)), 0);
+    EXPECT_EQ(Time(4, 0).millisecondsSince(Time(5, 0)), -1000);
+    EXPECT_LT(Time(4, 999999999), Time(5, 0));
+    EXPECT_LT(Time(5, 0), Time(5, 1));
+}
+
+TEST(Time, SplitsIntoDaysAndTimeOfDay)
+{
+    Time time(3 * DAY + 4 * 3600 + 5 * 60 + 6, 7);
+    unsigned int days, hours, minutes, seconds;
+    time.getDays(days, hours, minutes, seconds);
+    EXPECT_EQ(days, 3u);
+    EXPECT_EQ(hours, 4u);
+    EXPECT_EQ(minutes, 5u);
+    EXPECT_EQ(seconds, 6u);
+
+    Time date = time;
+    time.clearDate();
+    EXPECT_EQ(time, Time(4 * 3600 + 5 * 60 + 6, 7));
+    date.clearTime();
+    EXPECT_EQ(date, Time(3 * DAY));
+    date.clear();
+    EXPECT_EQ(date, Time());
+}
+
+TEST(Time, TextShowsUnitsFromTheFirstThatIsNotZero)
+{
+    EXPECT_EQ(shortForm(DAY + 2 * 3600 + 3 * 60 + 4, 0, 4), "1d 2h 3m 4s");
+    EXPECT_EQ(longForm(DAY + 3600 + 60 + 1, 4), "1 day 1 hour 1 minute 1 seconds");
+    EXPECT_EQ(longForm(2 * DAY + 7200 + 120 + 2, 4), "2 days 2 hours 2 minutes 2 seconds");
+    EXPECT_EQ(shortForm(DAY + 2 * 3600 + 3 * 60 + 4, 0, 2), "1d 2h");
+    EXPECT_EQ(shortForm(3 * 60 + 4, 0, 1), "3m");
+    EXPECT_EQ(shortForm(DAY + 5, 0, 3), "1d") << "zero hours and minutes take their places";
+    EXPECT_EQ(shortForm(DAY + 5, 0, 4), "1d 5s");
+    EXPECT_EQ(shortForm(DAY + 60, 0, 2), "1d");
+    EXPECT_EQ(shortForm(5, 0, 1), "5s");
+}
+
+TEST(Time, TextShowsTheFractionAsFarAsPartsRemain)
+{
+    EXPECT_EQ(shortForm(1, 500000000, 9), "1.500s");
+    EXPECT_EQ(shortForm(1, 500000000, 1), "1s");
+    EXPECT_EQ(shortForm(1, 500000000, 9, false), "1s");
+    EXPECT_EQ(shortForm(0, 2003000, 9), "0.002003s");
+    EXPECT_EQ(shortForm(0, 2003000, 1), "0.002s");
+    EXPECT_EQ(shortForm(0, 2003004, 2), "0.002003s");
+    EXPECT_EQ(shortForm(0, 2003004, 3), "0.002003004s");
+    EXPECT_EQ(shortForm(0, 4, 1), "0.000000004s");
+    EXPECT_EQ(shortForm(0, 3000, 1), "0.000003s");
+    EXPECT_EQ(shortForm(60, 5000000, 9), "1m 0.005s");
+}
+
+TEST(Time, TextOfNothingIsZero)
+{
+    EXPECT_EQ(shortForm(0, 0, 4), "0s");
+    EXPECT_EQ(longForm(0, 4), "0 second");
+    EXPECT_EQ(shortForm(5, 0, 0), "0s");
+    EXPECT_EQ(shortForm(5, 0, -1), "0s");
+}

@@ -1,0 +1,153 @@
+#include "zekovar/foundation/xcode.h"
+
+#include "zekovar/foundation/error.h"
+#include "zekovar/foundation/string.h"
+#include "zekovar/foundation/system_code.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace
+{
+uintptr_t wordOf(XCode const& code)
+{
+    uintptr_t word;
+    static_assert(sizeof(word) == sizeof(code));
+    std::memcpy(&word, &code, sizeof(word));
+    return word;
+}
+}
+
+TEST(XCode, NumberAloneStaysInTheWord)
+{
+    EXPECT_EQ(wordOf(XCode()), 1u);
+    EXPECT_EQ(wordOf(XCode(0)), 1u);
+    EXPECT_EQ(wordOf(XCode(XCODE_FAILURE)), 0xFFFFFFFFu);
+    EXPECT_EQ(wordOf(XCode(XCODE_HTTP + 404)), 0x28000329u);
+    EXPECT_EQ(XCode(XCODE_HTTP + 404).getRawValue(), 0x14000194u);
+}
+
+TEST(XCode, IsTrueInAConditionOnSuccessOnly)
+{
+    XCode const success;
+    XCode failure = XCODE_FAILURE;
+    EXPECT_TRUE(success ? true : false);
+    EXPECT_FALSE(failure ? true : false);
+    EXPECT_TRUE(success.isSuccess() && !success.isErr());
+    EXPECT_TRUE(failure.isErr() && !failure.isSuccess());
+
+    failure.setString("text");
+    EXPECT_FALSE(failure ? true : false) << "with a record too";
+    failure.value() = XCODE_SUCCESS;
+    EXPECT_TRUE(failure ? true : false);
+    EXPECT_EQ(failure.toString(), "text");
+}
+
+TEST(XCode, ComparesValuesAndNotTexts)
+{
+    XCode first = XCODE_FAILURE;
+    XCode second = XCODE_FAILURE;
+    first.setString("one");
+    second.setStringF("%s %d", "two", 2);
+    EXPECT_EQ(second.toString(), "two 2");
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(first, XCODE_FAILURE);
+    EXPECT_NE(first, XCode());
+}
+
+TEST(XCode, CopiesOwnTheirTextAndMovesHandItOn)
+{
+    XCode original(XCODE_EXIT + 3);
+    original.setString("a text that doesn't fit inline");
+    XCode copy(original);
+    original.setString("changed");
+    EXPECT_EQ(copy.toString(), "a text that doesn't fit inline");
+
+    XCode moved(std::move(copy));
+    EXPECT_EQ(moved.toString(), "a text that doesn't fit inline");
+    EXPECT_EQ(wordOf(copy), 0u);
+    EXPECT_EQ(XCode(copy).toString(), "") << "a moved-from code may be copied";
+    copy.setString("again");
+    EXPECT_EQ(copy.toString(), "again") << "and used";
+
+    XCode const& self = moved;
+    moved = self;
+    EXPECT_EQ(moved.toString(), "a text that doesn't fit inline");
+    moved = XCODE_SUCCESS;
+    EXPECT_EQ(wordOf(moved), 1u) << "a value alone drops the record";
+    moved.set(original);
+    EXPECT_EQ(moved.toString(), "changed");
+}
+
+TEST(XCode, SetValueKeepsTheText)
+{
+    XCode code(5);
+    code.setString("abc");
+    code.setValue(XCode(7));
+    EXPECT_EQ(code.getRawValue(), 7u);
+    EXPECT_EQ(code.toString(), "abc");
+
+    XCode compact(5);
+    code.set(compact);
+    code.setValue(XCODE_FAILURE);
+    EXPECT_EQ(wordOf(code), 0xFFFFFFFFu) << "without a text no record is made";
+}
+
+TEST(XCode, ContextsGoInFrontOfTheText)
+{
+    XCode code(XCODE_ERRNO + 2);
+    code.extendString("", ": ");
+    EXPECT_TRUE(wordOf(code) & 1) << "an empty context attaches nothing";
+    code.extendString("INNER", ": ");
+    code.extendString("MIDDLE", ": ");
+    code.extendString("OUTER ", ": ");
+    EXPECT_EQ(code.toString(), "OUTER MIDDLE: INNER");
+    EXPECT_EQ(code.getRawValue(), 0x11000002u);
+}
+
+TEST(XCode, CollectsTextsAndKeepsTheFirstFailure)
+{
+    XCode code;
+    code.append("abc", XCodeValue(5), ", ");
+    EXPECT_EQ(code.getRawValue(), 5u);
+    code.append("def", XCodeValue(7), ", ");
+    code.append("", XCodeValue(8), ", ");
+    EXPECT_EQ(code.getRawValue(), 5u);
+    EXPECT_EQ(code.toString(), "abc, def");
+
+    XCode other(7);
+    other.setString("ghi");
+    code += other;
+    code += XCODE_SUCCESS;
+    EXPECT_EQ(code.toString(), "abc, def\nghi");
+    other += other;
+    EXPECT_EQ(other.toString(), "ghi\nghi");
+}
+
+TEST(XCode, ValueWithoutTextDescribesItself)
+{
+    EXPECT_EQ(XCode().toString(), "");
+    EXPECT_EQ(XCode(XCODE_ERRNO + ENOENT).toString(), "NO SUCH FILE OR DIRECTORY (2)");
+    EXPECT_EQ(XCode(XCODE_HTTP + 404).toString(), "HTTP RESPONSE 404");
+    EXPECT_EQ(XCode(XCODE_EXIT + 127).toString(), "PROGRAM EXIT WITH 127");
+    EXPECT_EQ(XCode(XCODE_SIGNAL + 9).toString(), "INTERNAL ERROR");
+    EXPECT_EQ(XCode(XCODE_FAILURE).toString(), ERROR::ERROR_INTERNAL);
+}
+
+TEST(XCode, TurnsResultsOfTheSystemIntoCodes)
+{
+    errno = ENOENT;
+    EXPECT_EQ(ZK::Detail::codeOfResult(-1).getRawValue(), 0x11000002u);
+    EXPECT_TRUE(ZK::Detail::codeOfResult(0));
+    EXPECT_TRUE(ZK::Detail::codeOfResult(5));
+    errno = 0;
+    EXPECT_TRUE(ZK::Detail::codeOfResult(-1).isErr());
+    EXPECT_TRUE(ZK::Detail::codeOfErrno(0));
+    EXPECT_EQ(ZK::Detail::codeOfErrno(EBUSY).getRawValue(), 0x11000000u + EBUSY);
+
+    int const* absent = nullptr;
+    EXPECT_EQ(testExpression(absent), XCODE_FAILURE);
+    EXPECT_TRUE(testExpression(&errno));
+    EXPECT_EQ(testExpression(false), XCODE_FAILURE);
+}
