@@ -39,7 +39,7 @@ public:
     void onQuitSignal(int signalNumber) override
     {
         lastSignal = signalNumber;
-        quits++;
+        quits = quits + 1;
         stack_t stack{};
         sigaltstack(nullptr, &stack);
         isOnSignalStack = (stack.ss_flags & SS_ONSTACK) != 0;
@@ -87,7 +87,7 @@ TEST(Executable, NameIsTheLastPartOfThePath)
 TEST(Executable, WalksTheCommandLineInOneStepMoreThanItHasWords)
 {
     EXPECT_EXIT(report({"d"}), ExitedWithCode(0), "\\] ff: ff: $");
-    EXPECT_EXIT(report({"d", "-h", "--name", "x"}), ExitedWithCode(0), "\\] 68: 6e:x ff:x ff:x ff:x $");
+    EXPECT_EXIT(report({"d", "-h", "--name", "x"}), ExitedWithCode(0), "\\] 68: 6e:x ff: ff: ff: $");
     EXPECT_EXIT(report({"d", "-q"}), ExitedWithCode(0), "\\] 3f: ff: ff: $");
 }
 

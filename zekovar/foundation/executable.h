@@ -45,7 +45,7 @@ public:
     virtual void subclassHookA() = 0;
 
     /// One step of `getopt_long`: what it returned, as a character, and its argument. Once the options are used up it
-    /// gets 0xff for each step that is left, with the last argument again. The result is ignored.
+    /// gets 0xff for each step that is left; ignore that. The result is discarded.
     virtual XCode parseArgument(char option, String const& argument);
 
     /// Called in the signal handler, which is armed again by then. What a quit means is up to the daemon.
