@@ -1,5 +1,7 @@
 # Compares what zekovar.h includes, directly or through other headers, with PUBLIC_HEADERS: one that is missing can't be
 # found by a daemon, and one too many isn't installed.
+cmake_minimum_required(VERSION 3.22)
+
 execute_process(COMMAND ${CXX} -std=c++20 -I ${ROOT} -MM ${ROOT}/zekovar/zekovar.h
                 OUTPUT_VARIABLE rule RESULT_VARIABLE failed)
 if(failed)
