@@ -137,6 +137,13 @@ public:
         m_size = 0;
     }
 
+    /// Resets the last element and drops it. Does nothing if there is none.
+    void removeLast()
+    {
+        if (m_size > 0)
+            m_elements[--m_size] = T();
+    }
+
     /// Removes every element that equals `value`, which may be one of them.
     template <class U>
     void remove(U const& value)
