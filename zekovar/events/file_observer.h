@@ -128,11 +128,11 @@ class _ZKFileObserver : public ZK::Detail::FileObserverBase
 {
 public:
     /// The functions may be null.
-    _ZKFileObserver(ZKEventLoop& loop, void (*onReady)(void*), void* argument, void (*onHangup)(void*));
+    _ZKFileObserver(ZKEventLoop& loop, void (*readyHandler)(void*), void* argument, void (*hangupHandler)(void*));
 
     /// `enable` has the limits told at `ZK::FileObserver`.
-    _ZKFileObserver(ZKEventLoop& loop, ZKFile const& file, Type type, bool enable, void (*onReady)(void*),
-                    void* argument, void (*onHangup)(void*));
+    _ZKFileObserver(ZKEventLoop& loop, ZKFile const& file, Type type, bool enable, void (*readyHandler)(void*),
+                    void* argument, void (*hangupHandler)(void*));
 
     ~_ZKFileObserver() override;
 

@@ -9,7 +9,7 @@ class ZKFileObserverLoopback : public _ZKFileObserver
 {
 public:
     /// If the kernel has no pipe to give, one line goes to the system monitor, and every trigger fails.
-    ZKFileObserverLoopback(ZKEventLoop& loop, bool enable, void (*onTrigger)(void*), void* argument);
+    ZKFileObserverLoopback(ZKEventLoop& loop, bool enable, void (*handler)(void*), void* argument);
 
     ~ZKFileObserverLoopback() override;
 
