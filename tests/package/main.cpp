@@ -32,6 +32,7 @@ private:
     }
 
     void subclassHookA() override {}
+
     void subclassHookB() override {}
 
     static inline option s_options[] = {{}};

@@ -4,7 +4,8 @@ namespace ZK::Detail
 {
 /// Writes one line to the system monitor, for failures that no caller can act on.
 ///
-/// `severity` is a syslog priority, 0 to 7; `format` and what follows are those of `printf`, a line end isn't needed. Safe from
-/// every thread, and while a tracked lock is held. This is the only way by which the lower folders reach the diagnostics.
+/// `severity` is a syslog priority, 0 to 7; `format` and what follows are those of `printf`, a line end isn't needed.
+/// Safe from every thread, and while a tracked lock is held. This is the only way by which the lower folders reach the
+/// diagnostics.
 void logToSystemMonitor(int severity, char const* format, ...) __attribute__((format(printf, 2, 3)));
 }
