@@ -164,31 +164,10 @@ public:
     bool isEmpty() const { return m_count == 0; }
 
     /// Adds an entry behind all others, even if the key has one already. The reference leads to its value.
-    V& add(K const& key, V const& value)
-    {
-        auto node = std::make_unique<Node>(key, value);
-        V& added = _add(node.get());
-        node.release();
-        return added;
-    }
+    V& add(K const& key, V const& value) { return add(key, value, m_buckets[bucketOf(key)]); }
 
     /// As `add`, with an entry from `new` that belongs to no table; the table owns it from here on.
-    V& _add(Node* node)
-    {
-        Node*& bucket = m_buckets[bucketOf(node->m_key)];
-        if (bucket == nullptr)
-            bucket = new Node();
-        node->m_older = m_order.m_older;
-        node->m_newer = &m_order;
-        m_order.m_older->m_newer = node;
-        m_order.m_older = node;
-        node->m_chainPrevious = bucket->m_chainPrevious;
-        node->m_chainNext = bucket;
-        bucket->m_chainPrevious->m_chainNext = node;
-        bucket->m_chainPrevious = node;
-        m_count++;
-        return node->m_value;
-    }
+    V& _add(Node* node) { return link(node, m_buckets[bucketOf(node->m_key)]); }
 
     /// False, with `value` untouched, if there is no entry of this key.
     bool get(K const& key, V& value) const
@@ -220,10 +199,11 @@ public:
     /// Replaces the value of the oldest entry of this key, or adds one.
     void set(K const& key, V const& value)
     {
-        if (Node* node = find(key))
+        Node*& bucket = m_buckets[bucketOf(key)];
+        if (Node* node = find(key, bucket))
             node->m_value = value;
         else
-            add(key, value);
+            add(key, value, bucket);
     }
 
     /// Erases the oldest entry of this key and hands its value out. False, with `value` untouched, if there is none.
@@ -273,11 +253,18 @@ public:
     ConstIterator end() const { return ConstIterator(&m_order); }
 
 private:
-    uint32_t bucketOf(K const& key) const { return static_cast<uint32_t>(Hash()(key) % m_bucketCount); }
-
-    Node* find(K const& key) const
+    uint32_t bucketOf(K const& key) const
     {
-        Node* const bucket = m_buckets[bucketOf(key)];
+        auto const hash = Hash()(key);
+        uint32_t const mask = m_bucketCount - 1;
+        bool const isPowerOfTwo = (m_bucketCount & mask) == 0; // spares the usual table a division
+        return static_cast<uint32_t>(isPowerOfTwo ? hash & mask : hash % m_bucketCount);
+    }
+
+    Node* find(K const& key) const { return find(key, m_buckets[bucketOf(key)]); }
+
+    static Node* find(K const& key, Node* bucket)
+    {
         if (bucket == nullptr)
             return nullptr;
         for (Node* node = bucket->m_chainNext; node != bucket; node = node->m_chainNext)
@@ -286,6 +273,30 @@ private:
                 return node;
         }
         return nullptr;
+    }
+
+    V& add(K const& key, V const& value, Node*& bucket)
+    {
+        auto node = std::make_unique<Node>(key, value);
+        V& added = link(node.get(), bucket);
+        node.release();
+        return added;
+    }
+
+    V& link(Node* node, Node*& bucket)
+    {
+        if (bucket == nullptr)
+            bucket = new Node();
+        node->m_older = m_order.m_older;
+        node->m_newer = &m_order;
+        m_order.m_older->m_newer = node;
+        m_order.m_older = node;
+        node->m_chainPrevious = bucket->m_chainPrevious;
+        node->m_chainNext = bucket;
+        bucket->m_chainPrevious->m_chainNext = node;
+        bucket->m_chainPrevious = node;
+        m_count++;
+        return node->m_value;
     }
 
     void erase(Node* node)
@@ -324,7 +335,7 @@ struct StringHash
         uint32_t hash = 0;
         char const* text = key.c_str();
         for (int i = 0, length = key.length(); i < length; i++)
-            hash ^= (hash << 5) ^ static_cast<unsigned char>(text[i]);
+            hash = (hash ^ static_cast<unsigned char>(text[i])) ^ (hash << 5);
         return hash;
     }
 };
