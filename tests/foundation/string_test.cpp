@@ -470,6 +470,8 @@ TEST(String, HexDumpAlignsTheCharactersOfAShortRow)
               "00000010:  41 42 0a                                         |AB.|");
     EXPECT_EQ(String("0123456789").toHexDump(6), "30 31 32 33 34 35 36 37  38 39                   |0123456789|");
     EXPECT_EQ(String("0123456789abcdefAB").toHexDump(4), "|0123456789abcdef|\n|AB|");
+    EXPECT_EQ(String("01234567").toHexDump(6), "30 31 32 33 34 35 36 37                         |01234567|")
+        << "a half row has no blank before its ninth byte, and none makes up for it";
     EXPECT_EQ(String("AB").toHexDump(1), "00000000:  ");
     EXPECT_EQ(String::HEX_DUMP(nullptr, 5, 7), "");
     EXPECT_EQ(String::HEX_DUMP("abc", -1, 7), "");

@@ -146,6 +146,11 @@ String& String::concatLong(char const* text, int count)
     return *this;
 }
 
+String& String::concatGrowing(char character)
+{
+    return character != '\0' ? concatLong(&character, 1) : *this;
+}
+
 String& String::insert(int index, char const* text)
 {
     if (text == nullptr)
@@ -187,7 +192,7 @@ String& String::internalInsert(int index, char const* text, int count)
     std::memmove(data + index + count, data + index, static_cast<std::size_t>(tail));
     std::memcpy(data + index, text, static_cast<std::size_t>(unmoved));
     if (unmoved < count)
-        std::memcpy(data + index + unmoved, text + unmoved + count, static_cast<std::size_t>(count - unmoved));
+        std::memcpy(data + index + unmoved, data + offset + unmoved + count, static_cast<std::size_t>(count - unmoved));
     m_store.setLength(oldLength + count);
     return *this;
 }

@@ -206,7 +206,13 @@ public:
 
     String& operator+=(char const* text);
 
-    String& operator+=(char character) { return character != '\0' ? internalConcat(&character, 1) : *this; }
+    String& operator+=(char character)
+    {
+        if (character == '\0' || length() >= capacity())
+            return concatGrowing(character);
+        m_store.append(character);
+        return *this;
+    }
 
     /// Inserts in front of `index`, which is 0 to the length.
     String& insert(int index, String const& text) { return internalInsert(index, text.c_str(), text.length()); }
@@ -358,16 +364,14 @@ public:
 private:
     String& internalConcat(char const* text, int count)
     {
-        if (count > 0 && count <= Store::INLINE_CAPACITY && text != nullptr && count <= capacity() - length())
-        {
-            ZK::Detail::copyShort(m_store.data() + length(), text, static_cast<std::size_t>(count));
-            m_store.setLength(length() + count);
-            return *this;
-        }
-        return concatLong(text, count);
+        if (count <= 0 || count > Store::INLINE_CAPACITY || text == nullptr || count > capacity() - length())
+            return concatLong(text, count);
+        m_store.appendShort(text, count);
+        return *this;
     }
 
     String& concatLong(char const* text, int count);
+    String& concatGrowing(char character);
     String& internalInsert(int index, char const* text, int count);
     String& internalAssign(char const* text, std::size_t size);
 

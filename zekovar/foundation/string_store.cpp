@@ -24,7 +24,7 @@ int StringStore::CAPACITY_FOR_LENGTH(int length)
     return ((length - 1) & -LARGE_UNIT) + LARGE_UNIT;
 }
 
-char* StringStore::alloc(int length)
+char* StringStore::alloc(int length) noexcept
 {
     if (m_raw.capacity != 0)
         std::free(m_raw.storage.heap);
@@ -47,7 +47,7 @@ char* StringStore::alloc(int length)
     return heap;
 }
 
-void StringStore::initLong(char const* text, std::size_t size)
+void StringStore::initLong(char const* text, std::size_t size) noexcept
 {
     if (size > static_cast<std::size_t>(MAX_LENGTH))
         return;

@@ -66,14 +66,24 @@ public:
 
     /// Drops the content and makes room for `length` characters, inline below 8. The caller writes the text; the zero
     /// behind it is in place. Null if memory is out or the length above `MAX_LENGTH`, and the store is empty then.
-    char* alloc(int length);
+    char* alloc(int length) noexcept;
 
     /// Makes the text empty and keeps the buffer.
     void setEmpty() { setLength(0); }
 
-    char* data() { return m_raw.capacity == 0 ? m_raw.storage.text : m_raw.storage.heap; }
+    char* data()
+    {
+        if (isInline())
+            return m_raw.storage.text;
+        return m_raw.storage.heap;
+    }
 
-    char const* data() const { return m_raw.capacity == 0 ? m_raw.storage.text : m_raw.storage.heap; }
+    char const* data() const
+    {
+        if (isInline())
+            return m_raw.storage.text;
+        return m_raw.storage.heap;
+    }
 
     int length() const { return m_raw.length; }
 
@@ -87,7 +97,30 @@ public:
         data()[length] = '\0';
     }
 
-    void swap(StringStore& other) noexcept { std::swap(m_raw, other.m_raw); }
+    /// Appends 1 to 7 characters, for which there is room.
+    void appendShort(char const* text, int count)
+    {
+        char* const end = data() + m_raw.length;
+        m_raw.length += count;
+        copyShort(end, text, static_cast<std::size_t>(count));
+        end[count] = '\0';
+    }
+
+    /// Appends a character, for which there is room.
+    void append(char character)
+    {
+        char* const end = data() + m_raw.length;
+        m_raw.length += 1;
+        end[0] = character;
+        end[1] = '\0';
+    }
+
+    void swap(StringStore& other) noexcept
+    {
+        std::swap(m_raw.capacity, other.m_raw.capacity);
+        std::swap(m_raw.length, other.m_raw.length);
+        std::swap(m_raw.storage, other.m_raw.storage);
+    }
 
     /// For a store that was just built: takes `size` characters, of which it has room for 7 without a call.
     void init(char const* text, std::size_t size)
@@ -131,7 +164,11 @@ private:
 
     static constexpr Raw EMPTY{0, 0, {{0, 0, 0, 0, 0, 0, 0, 0}}};
 
-    void initLong(char const* text, std::size_t size);
+    /// A branch, not a choice without one, is wanted: that would load the word of the heap pointer just after
+    /// characters were stored in it, and wait for them.
+    bool isInline() const { return __builtin_expect(m_raw.capacity == 0, 1) != 0; }
+
+    void initLong(char const* text, std::size_t size) noexcept;
 
     Raw m_raw;
 };

@@ -40,7 +40,7 @@ TString<T>::TString(T const* data, int length, int minimumCapacity, int frontGap
         m_length = m_frontGap = minimumCapacity = 0;
     m_capacity = capacityFor(std::max(m_length + m_frontGap, minimumCapacity));
     m_pBuffer = new T[static_cast<std::size_t>(m_capacity)];
-    if (m_length > 0)
+    if (data != nullptr && m_length > 0)
         std::memcpy(this->data(), data, static_cast<std::size_t>(m_length));
 }
 
