@@ -2,5 +2,31 @@
 // from bottom to top, so this is the only file that defines such objects: a new one goes where what it uses exists.
 
 #include "zekovar/foundation/string.h"
+#include "zekovar/threads/backtrace.h"
+#include "zekovar/threads/lock.h"
+#include "zekovar/threads/thread.h"
+
+namespace
+{
+/// Holds an object that is ready before everything else and never destroyed.
+union Everlasting
+{
+    constexpr Everlasting() : mutex(false) {}
+
+    constexpr ~Everlasting() {}
+
+    ZKMutexPrivate mutex;
+};
+
+// threads that still run while the process exits go on locking
+constinit Everlasting s_globalMutex;
+}
 
 String const String::s_empty;
+
+ZKBacktrace::Info ZKBacktrace::Info::s_instance;
+
+constinit ZKMutexPrivate& ZKLock::s_globalMutex = ::s_globalMutex.mutex;
+
+ZKThreadAttributeType ZKThread::s_selfAttribute(ZKThreadAttributeType::KEEP_ATTRIBUTE);
+ZKThreadAttributeType ZKThreadAttributeType::s_none(ZKThreadAttributeType::KEEP_ATTRIBUTE);

@@ -90,18 +90,13 @@ public:
 private:
     friend class ZKBacktrace;
 
-    enum Progress : unsigned int
-    {
-        IDLE = 0,
-        REQUESTED = 1,
-        RUNNING = 2
-    };
+    static constexpr unsigned long NONE = 0;
+    static constexpr unsigned long RUNNING = ~0ul;
 
     static Info s_instance;
 
     ZKMutexPrivate m_mutex;
     std::atomic<ZKBacktrace*> m_current;
     std::atomic<bool> m_done;
-    std::atomic<unsigned int> m_progress;
-    std::atomic<unsigned long> m_target; // the thread that was asked
+    std::atomic<unsigned long> m_target; // the thread that is asked; 0 for none, RUNNING once its handler has begun
 };

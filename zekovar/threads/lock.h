@@ -102,7 +102,10 @@ private:
 
     void removeFromThreads();
     void setHolder(ZKThread* holder);
-    void mention(bool added);
+
+    void addMention() { m_mentions.store(m_mentions.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed); }
+
+    void dropMention() { m_mentions.store(m_mentions.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed); }
 
     Type::Value const m_type;
     std::atomic<ZKThread*> m_holder;

@@ -36,8 +36,6 @@ public:
     XCode waitForConditionUntil(ZKThreadCondition& condition, ZK::Time const& deadline);
 
 private:
-    int lockInSlices();
-
     pthread_mutex_t m_mutex;
 };
 

@@ -27,8 +27,6 @@ public:
         void unlock() override;
 
     private:
-        int lockInSlices();
-
         pthread_rwlock_t* m_rwlock;
         bool m_write;
     };

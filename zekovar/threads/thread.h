@@ -148,30 +148,32 @@ private:
     enum State : unsigned int
     {
         DETACHED = 1, // nobody joins the thread
-        ENDED = 2,    // the thread takes no signal of ours any more and may be gone
+        ENDED = 2,    // the thread takes no more signal of ours and may be gone soon
         GONE = 4      // the thread doesn't touch the object any more
     };
 
-    /// How a signal was sent to a thread, given its id.
-    enum class Delivery
+    enum class Presence
     {
-        UNKNOWN, // no object has that id
-        ENDED,   // its thread has ended
-        POSSIBLE
+        FOREIGN, // no object has the id
+        ENDED,   // the object's thread has ended
+        PRESENT  // its thread can't end while ZKLock::s_globalMutex is held
     };
 
     static void* RUN(void* thread);
-    static Delivery DELIVERY_TO(unsigned long id, XCode* sent, int signal);
+    static Presence PRESENCE_OF(unsigned long id);
+    static void FORGET_LOCK(ZKLock* lock);
 
-    void setKernelName();
-    void leave(bool cancelled);
-    void awaitEnd();
     XCode prepareAttributes();
     void destroyAttributes();
+    void setKernelName() const;
+    void leave(bool returned);
+    void awaitEnd();
+    XCode joinUntil(timespec const* deadline);
     void setWaitSlot(unsigned int type, ZKLock* lock, unsigned int milliseconds);
-    void forgetLock(ZKLock* lock);
-    void forgetAllLocks();
-    bool has(State state) const;
+    void linkObject();
+    void unlinkObject();
+
+    bool has(State state) const { return (m_state.load() & state) != 0; }
 
     String m_name; // under m_startMutex
     ZKRunnable* m_runnable;

@@ -73,10 +73,14 @@ public:
     static void GET_STATUS(String& text, ZKVector<Report> const& reports);
 
 private:
+    class Pin;
+
     ZKThreadSupervisor();
 
-    ZKThread* pinById(unsigned long id);
-    void unpin(ZKThread* thread);
+    static Report REPORT_OF(ZKThread const& thread);
+
+    ZKThread* findById(unsigned long id) const;
+    bool isPinned(ZKThread const& thread);
 
     ZKMutexPrivate& m_globalMutex; // taken after m_mutex
     ZKMutexPrivate m_mutex;        // guards m_threads and the threads' pins
