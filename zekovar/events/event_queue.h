@@ -74,8 +74,14 @@ public:
     /// True while a handler runs. Read without a lock.
     bool isProcessing() const { return m_processing.load(std::memory_order_relaxed); }
 
-    /// `Statistics::processed`, read without a lock.
+    /// @name Single figures
+    /// As in `Statistics`, without a new interval; the processed ones are read without a lock.
+    /// @{
+    uint64_t getAddedCount() const;
     uint64_t getProcessedCount() const;
+    uint64_t getMaxFillLevel() const;
+
+    /// @}
 
     /// False only if every event whose `addEvent` has returned is handled or being handled. Takes no lock; the order of
     /// this look against the loop's wake-up state is what the loop's sleep rests on.
