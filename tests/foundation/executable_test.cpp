@@ -61,9 +61,9 @@ public:
 };
 
 /// Ends a forked child: 0 if everything held.
-[[noreturn]] void leave(bool isRight)
+[[noreturn]] void leave()
 {
-    std::_Exit(isRight && !testing::Test::HasFailure() ? 0 : 1);
+    std::_Exit(testing::Test::HasFailure() ? 1 : 0);
 }
 
 [[noreturn]] void report(std::vector<char const*> arguments)
@@ -71,7 +71,7 @@ public:
     Daemon daemon;
     daemon.start(std::move(arguments));
     std::fprintf(stderr, "[%s] %s", daemon.getName().c_str(), daemon.steps.c_str());
-    leave(true);
+    leave();
 }
 }
 
@@ -93,72 +93,61 @@ TEST(Executable, WalksTheCommandLineInOneStepMoreThanItHasWords)
 
 TEST(Executable, EveryQuitSignalReachesTheDaemon)
 {
-    EXPECT_EXIT(
+    auto const child = []
+    {
+        Daemon daemon;
+        daemon.start();
+        raise(SIGTERM);
+        EXPECT_TRUE(daemon.isOnSignalStack);
+        raise(SIGTERM);
+        EXPECT_FALSE(daemon.isOnSignalStack) << "armed again, for the normal stack";
+        for (int signalNumber : {SIGHUP, SIGINT, SIGPIPE, SIGUSR1, SIGIO, SIGPWR, SIGTERM})
         {
-            Daemon daemon;
-            daemon.start();
-            raise(SIGTERM);
-            bool isRight = daemon.isOnSignalStack;
-            raise(SIGTERM);
-            isRight = isRight && !daemon.isOnSignalStack && daemon.quits == 2;
-            for (int signalNumber : {SIGHUP, SIGINT, SIGPIPE, SIGUSR1, SIGIO, SIGPWR, SIGTERM})
-            {
-                errno = EPERM;
-                raise(signalNumber);
-                isRight = isRight && daemon.lastSignal == signalNumber && errno == EPERM;
-            }
-            leave(isRight && daemon.quits == 9);
-        },
-        ExitedWithCode(0), "");
+            errno = EPERM;
+            raise(signalNumber);
+            EXPECT_EQ(daemon.lastSignal, signalNumber);
+            EXPECT_EQ(errno, EPERM);
+        }
+        EXPECT_EQ(daemon.quits, 9);
+        leave();
+    };
+    EXPECT_EXIT(child(), ExitedWithCode(0), "");
 }
 
 TEST(Executable, FatalSignalEndsTheProcessUnlessItIsHandled)
 {
+    auto const child = [](int signalNumber, bool isHandled)
+    {
+        Daemon daemon;
+        daemon.start();
+        daemon.isFaultHandled = isHandled;
+        raise(signalNumber);
+        EXPECT_EQ(daemon.lastSignal, signalNumber);
+        EXPECT_EQ(daemon.quits, 0);
+        leave();
+    };
     for (int signalNumber : {SIGSEGV, SIGABRT, SIGFPE})
     {
-        EXPECT_EXIT(
-            {
-                Daemon daemon;
-                daemon.start();
-                daemon.isFaultHandled = 1;
-                raise(signalNumber);
-                leave(daemon.lastSignal == signalNumber && daemon.quits == 0);
-            },
-            ExitedWithCode(0), "");
-        EXPECT_EXIT(
-            {
-                Daemon daemon;
-                daemon.start();
-                raise(signalNumber);
-                leave(true);
-            },
-            KilledBySignal(signalNumber), "");
+        EXPECT_EXIT(child(signalNumber, true), ExitedWithCode(0), "");
+        EXPECT_EXIT(child(signalNumber, false), KilledBySignal(signalNumber), "");
     }
 }
 
 TEST(Executable, SignalsAfterItsEndDoNoHarm)
 {
-    EXPECT_EXIT(
+    auto const child = [](int signalNumber)
+    {
         {
-            {
-                Daemon daemon;
-                daemon.start();
-                daemon.start();
-            }
-            raise(SIGTERM);
-            stack_t stack{};
-            sigaltstack(nullptr, &stack);
-            leave((stack.ss_flags & SS_DISABLE) != 0);
-        },
-        ExitedWithCode(0), "");
-    EXPECT_EXIT(
-        {
-            {
-                Daemon daemon;
-                daemon.start();
-            }
-            raise(SIGBUS);
-            leave(true);
-        },
-        KilledBySignal(SIGBUS), "");
+            Daemon daemon;
+            daemon.start();
+            daemon.start();
+        }
+        raise(signalNumber);
+        stack_t stack{};
+        sigaltstack(nullptr, &stack);
+        EXPECT_TRUE(stack.ss_flags & SS_DISABLE) << "its memory is gone";
+        leave();
+    };
+    EXPECT_EXIT(child(SIGTERM), ExitedWithCode(0), "");
+    EXPECT_EXIT(child(SIGBUS), KilledBySignal(SIGBUS), "");
 }

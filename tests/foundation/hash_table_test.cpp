@@ -69,7 +69,7 @@ TEST(HashTable, LongChainsKeepTheirEntries)
     EXPECT_EQ(table.begin()->key(), -99);
 }
 
-TEST(HashTable, IteratorsErasePointAndMarkTheEnd)
+TEST(HashTable, IteratorMovesOnFromWhatItErases)
 {
     Table table;
     for (char const* key : {"a", "b", "c"})
@@ -114,8 +114,6 @@ TEST(HashTable, CopiesAreDeepAndMovesLeaveAnEmptyTable)
     moved = std::move(table);
     EXPECT_EQ(listed(moved), "c=3 ");
     moved.clear();
-    moved.clear();
-    EXPECT_TRUE(moved.isEmpty());
     moved._add(new Table::Node("d", 4)) = 6;
     EXPECT_EQ(listed(moved), "d=6 ");
 }

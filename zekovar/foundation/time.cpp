@@ -3,6 +3,8 @@
 #include "zekovar/foundation/string.h"
 #include "zekovar/foundation/system_code.h"
 
+#include <algorithm>
+#include <climits>
 #include <limits>
 
 namespace
@@ -176,7 +178,11 @@ void Time::addMilliseconds(int milliseconds)
 
 long long Time::millisecondsSince(Time const& earlier) const
 {
-    long long seconds = static_cast<long long>(m_time.tv_sec) - earlier.m_time.tv_sec;
+    constexpr long long LIMIT = LLONG_MAX / 1000 - 1; // a deadline out of reach is farther away than this
+    long long seconds;
+    if (__builtin_sub_overflow(m_time.tv_sec, earlier.m_time.tv_sec, &seconds))
+        seconds = *this < earlier ? -LIMIT : LIMIT;
+    seconds = std::clamp(seconds, -LIMIT, LIMIT);
     long nanoseconds = m_time.tv_nsec - earlier.m_time.tv_nsec;
     if (nanoseconds < 0)
     {

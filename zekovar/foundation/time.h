@@ -76,7 +76,8 @@ public:
     /// Moves a deadline on. A negative number is a huge unsigned one and puts the deadline out of reach.
     void addMilliseconds(int milliseconds);
 
-    /// From `earlier` to this time, in whole milliseconds, negative if `earlier` is the later one.
+    /// From `earlier` to this time in whole milliseconds, rounded down; negative if `earlier` is the later one. Spans
+    /// of more than 292 million years are cut.
     long long millisecondsSince(Time const& earlier) const;
 
     /// A span in words, such as "1 day 2 hours". `maxParts` limits the units that are shown, counted from the first one

@@ -96,11 +96,7 @@ public:
     }
 
     /// Past the end it gives a default-constructed value.
-    T const& operator[](unsigned int index) const
-    {
-        static T const NONE{};
-        return index < m_size ? m_elements[index] : NONE;
-    }
+    T const& operator[](unsigned int index) const { return index < m_size ? m_elements[index] : none(); }
 
     T* begin() { return m_elements; }
 
@@ -181,7 +177,13 @@ private:
             m_elements[i] = T();
     }
 
-    static T& spare()
+    [[gnu::cold]] static T const& none()
+    {
+        static T const VALUE{};
+        return VALUE;
+    }
+
+    [[gnu::cold]] static T& spare()
     {
         static thread_local T value;
         value = T();
