@@ -20,7 +20,6 @@ char const* ZKEnumInfo<Colour>::VALUE_NAME(Colour value)
 
 TEST(EnumInfo, NumbersThatAreNoValueAreInvalid)
 {
-    EXPECT_STREQ(ZKEnumInfo<Colour>::VALUE_NAME(Colour::RED), "red");
     EXPECT_STREQ(ZKEnumInfo<Colour>::VALUE_NAME(Colour::GREEN), "green");
     EXPECT_STREQ(ZKEnumInfo<Colour>::VALUE_NAME(Colour(2)), "(invalid)");
     EXPECT_STREQ(ZKEnumInfo<Colour>::VALUE_NAME(Colour(-1)), "(invalid)");

@@ -57,10 +57,10 @@ TEST(XCode, CopiesOwnTheirTextAndMovesHandItOn)
     copy.setString("again");
     EXPECT_EQ(copy.toString(), "again") << "and used";
 
+    moved = original;
+    EXPECT_EQ(moved.toString(), "changed");
     moved = XCODE_SUCCESS;
     EXPECT_EQ(wordOf(moved), 1u) << "a value alone drops the record";
-    moved.set(original);
-    EXPECT_EQ(moved.toString(), "changed");
 }
 
 TEST(XCode, ContextsGoInFrontOfTheTextAndANewValueKeepsIt)
@@ -111,7 +111,6 @@ TEST(XCode, TurnsResultsOfTheSystemIntoCodes)
     errno = ENOENT;
     EXPECT_EQ(ZK::Detail::codeOfResult(-1).getRawValue(), 0x11000002u);
     EXPECT_TRUE(ZK::Detail::codeOfResult(0));
-    EXPECT_TRUE(ZK::Detail::codeOfResult(5));
     errno = 0;
     EXPECT_TRUE(ZK::Detail::codeOfResult(-1).isErr());
     EXPECT_TRUE(ZK::Detail::codeOfErrno(0));
@@ -120,5 +119,4 @@ TEST(XCode, TurnsResultsOfTheSystemIntoCodes)
     int const* absent = nullptr;
     EXPECT_EQ(testExpression(absent), XCODE_FAILURE);
     EXPECT_TRUE(testExpression(&errno));
-    EXPECT_EQ(testExpression(false), XCODE_FAILURE);
 }
