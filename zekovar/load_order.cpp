@@ -4,6 +4,7 @@
 #include "zekovar/foundation/string.h"
 #include "zekovar/threads/backtrace.h"
 #include "zekovar/threads/lock.h"
+#include "zekovar/threads/sem_fifo.h"
 #include "zekovar/threads/thread.h"
 
 namespace
@@ -27,6 +28,9 @@ String const String::s_empty;
 ZKBacktrace::Info ZKBacktrace::Info::s_instance;
 
 constinit ZKMutexPrivate& ZKLock::s_globalMutex = ::s_globalMutex.mutex;
+
+ZKMutex ZKSemFifo::s_mutex(true);
+ZKIntHashTable<int> ZKSemFifo::s_semIdList(16);
 
 ZKThreadAttributeType ZKThread::s_selfAttribute(ZKThreadAttributeType::KEEP_ATTRIBUTE);
 ZKThreadAttributeType ZKThreadAttributeType::s_none(ZKThreadAttributeType::KEEP_ATTRIBUTE);

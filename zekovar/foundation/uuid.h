@@ -18,7 +18,8 @@ struct UUIDData
     static constexpr uint32_t STATIC_RECORD = 0xFFFFFFFF;
 
     uint32_t word; // this and the half-words in the machine's order
-    uint16_t halfWords[2];
+    uint16_t halfWord1;
+    uint16_t halfWord2;
     uint8_t bytes[8];
     uint32_t useCount; // not atomic
     char const* name;  // may be null
@@ -52,7 +53,7 @@ public:
     ~UUID();
 
     /// The shared identifier of all zeros.
-    static UUID const& INVALID();
+    static UUID INVALID();
 
     /// 16 bytes of `ZKRandom::U_DEV_RANDOM` under the name "random", without version and variant bits. All zeros if the
     /// device can't be read.

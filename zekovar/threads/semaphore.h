@@ -38,6 +38,8 @@ public:
     XCode signal();
 
 private:
+    XCode take(ZK::Time const* deadline);
+
     ZK::Time::Source m_source;
     ZKMutex m_mutex;
     ZKThreadCondition m_condition;
