@@ -1,0 +1,130 @@
+#include "zekovar/files/file.h"
+
+#include "tests/string_printer.h"
+#include "tests/temporary_directory.h"
+#include "zekovar/foundation/system_code.h"
+#include "zekovar/foundation/vector.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
+
+using ZK::Detail::codeOfErrno;
+
+namespace
+{
+class FileDirectory : public testing::Test
+{
+protected:
+    void touch(char const* name)
+    {
+        ASSERT_TRUE(ZKFile(m_directory / name, true, false).open(O_CREAT | O_WRONLY, 0600, ZKFile::XO_NONE));
+    }
+
+    TemporaryDirectory m_directory;
+};
+
+std::vector<std::string> sorted(ZKVector<String> const& entries)
+{
+    std::vector<std::string> names;
+    for (String const& entry : entries)
+        names.emplace_back(entry.c_str());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+}
+
+TEST_F(FileDirectory, CreateMakesAllThatIsMissing)
+{
+    EXPECT_TRUE(ZKFile::CREATE_DIR(m_directory / "a/b/c", 0755));
+    EXPECT_TRUE(ZKFile(m_directory / "a/b/c", false, false).isDirectory());
+    EXPECT_TRUE(ZKFile::CREATE_DIR(m_directory / "a/b", 0755));
+    touch("file");
+    EXPECT_TRUE(ZKFile::CREATE_DIR(m_directory / "file", 0755)) << "what exists is a success";
+    EXPECT_EQ(ZKFile::CREATE_DIR(m_directory / "file/d/e", 0755), codeOfErrno(ENOTDIR));
+    EXPECT_EQ(ZKFile::CREATE_DIR("", 0755), codeOfErrno(ENOENT));
+    String const hostile = String::repeat("/x", 200000);
+    EXPECT_TRUE(ZKFile::CREATE_DIR(String(m_directory.path()) += hostile, 0755).isErr()) << "and no stack overflow";
+
+    ZKFile file(m_directory / "p/q/file", true, false);
+    EXPECT_EQ(file.open(O_CREAT | O_WRONLY, 0700, ZKFile::XO_NONE), codeOfErrno(ENOENT));
+    EXPECT_TRUE(file.open(O_CREAT | O_WRONLY, 0700, ZKFile::XO_CREATE_DIRS));
+    EXPECT_TRUE(ZKFile::EXISTS(m_directory / "p/q/file"));
+}
+
+TEST_F(FileDirectory, RemoveTakesWholeTreesAndWhatIsMissingIsGone)
+{
+    EXPECT_TRUE(ZKFile::REMOVE(m_directory / "missing"));
+    ASSERT_TRUE(ZKFile::CREATE_DIR(m_directory / "tree/a/b", 0755));
+    touch("tree/file");
+    touch("tree/a/b/file");
+    EXPECT_TRUE(ZKFile::REMOVE(m_directory / "tree"));
+    EXPECT_FALSE(ZKFile::EXISTS(m_directory / "tree"));
+
+    ASSERT_EQ(::symlink("nowhere", (m_directory / "dangling").c_str()), 0);
+    EXPECT_TRUE(ZKFile::REMOVE(m_directory / "dangling"));
+    EXPECT_TRUE(ZKFile::IS_SOFTLINK(m_directory / "dangling"));
+    ASSERT_TRUE(ZKFile::CREATE_DIR(m_directory / "target", 0755));
+    touch("target/file");
+    ASSERT_EQ(::symlink("target", (m_directory / "link").c_str()), 0);
+    EXPECT_TRUE(ZKFile::REMOVE(m_directory / "link").isErr());
+    EXPECT_FALSE(ZKFile::EXISTS(m_directory / "target/file"));
+}
+
+TEST_F(FileDirectory, ListsAddTheirEntries)
+{
+    touch("one");
+    ASSERT_TRUE(ZKFile::CREATE_DIR(m_directory / "two", 0755));
+    ZKVector<String> entries;
+    entries.add("kept");
+    ASSERT_TRUE(ZKFile::LIST_DIRECTORY(m_directory.path(), entries, false));
+    EXPECT_EQ(sorted(entries), (std::vector<std::string>{"kept", "one", "two"}));
+    entries.clear();
+    ASSERT_TRUE(ZKFile::GET_FILES(m_directory.path(), entries, true));
+    EXPECT_EQ(sorted(entries), std::vector<std::string>{(m_directory / "one").c_str()});
+    entries.clear();
+    ASSERT_TRUE(ZKFile::GET_SUBDIRECTORIES(m_directory / "two", entries, false));
+    EXPECT_EQ(sorted(entries), (std::vector<std::string>{".", ".."}));
+
+    entries.clear();
+    String const missing = m_directory / "missing";
+    EXPECT_TRUE(ZKFile::GET_FILES(missing, entries, false));
+    EXPECT_EQ(ZKFile::LIST_DIRECTORY(missing, entries, false), codeOfErrno(ENOENT));
+    EXPECT_EQ(ZKFile::GET_SUBDIRECTORIES(missing, entries, false), codeOfErrno(ENOENT));
+    EXPECT_TRUE(entries.isEmpty());
+}
+
+TEST_F(FileDirectory, PathsAndLinks)
+{
+    EXPECT_EQ(ZKFile::BASENAME("/"), "/");
+    EXPECT_EQ(ZKFile::BASENAME("/a/b"), "b");
+    EXPECT_EQ(ZKFile::BASENAME("a/"), "");
+    EXPECT_EQ(ZKFile::BASENAME("a"), "a");
+    EXPECT_EQ(ZKFile::BASENAME(""), "");
+    EXPECT_EQ(ZKFile::GET_PATH(-1), "");
+
+    String const link = m_directory / "link";
+    ASSERT_EQ(::symlink("some/where", link.c_str()), 0);
+    String target("old");
+    EXPECT_TRUE(ZKFile::GET_SOFTLINK(link, target));
+    EXPECT_EQ(target, "some/where");
+    struct stat info;
+    EXPECT_TRUE(ZKFile::IS_SOFTLINK(link) && !ZKFile::EXISTS(link) && ZKFile::GET_LINK_INFO(link, info));
+    EXPECT_EQ(ZKFile::GET_SOFTLINK(m_directory.path(), target), codeOfErrno(EINVAL));
+    EXPECT_EQ(target, "");
+    EXPECT_EQ(ZKFile::GET_INFO(-1, info), codeOfErrno(EBADF));
+}
+
+TEST_F(FileDirectory, FileInDirectoryIsATestOfTheResolvedText)
+{
+    bool result = false;
+    EXPECT_TRUE(ZKFile::IS_FILE_IN_DIR(m_directory / "file", m_directory.path(), result));
+    EXPECT_TRUE(result);
+    EXPECT_TRUE(ZKFile::IS_FILE_IN_DIR(m_directory / "../file", m_directory.path(), result));
+    EXPECT_FALSE(result);
+    result = true;
+    EXPECT_TRUE(ZKFile::IS_FILE_IN_DIR(m_directory / "missing/file", m_directory.path(), result));
+    EXPECT_FALSE(result);
+}

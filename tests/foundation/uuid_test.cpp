@@ -1,0 +1,96 @@
+#include "zekovar/foundation/uuid.h"
+
+#include "tests/string_printer.h"
+#include "zekovar/foundation/random.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace
+{
+constinit ZK::UUIDData s_named = {
+    0x1e7be6bc,   0x6ebb, 0x4e16, {0x8c, 0xc1, 0xc1, 0x07, 0x05, 0x5e, 0x1f, 0x94}, ZK::UUIDData::STATIC_RECORD,
+    "IID_Unknown"};
+constinit ZK::UUIDData s_nameless = {0xa, 0xb, 0xc, {1, 2, 3, 4, 5, 6, 7, 0xff}, ZK::UUIDData::STATIC_RECORD, nullptr};
+}
+
+TEST(UUID, TextsAreTheSameOnEveryByteOrder)
+{
+    ZK::UUID const named(s_named);
+    EXPECT_EQ(named.text(), "IID_Unknown");
+    EXPECT_EQ(named.toString(false), "1e7be6bc-6ebb-4e16-8cc1-c107055e1f94");
+    EXPECT_EQ(named.toString(true), "1e7be6bc-6ebb-4e16-8cc1-c107055e1f94-IID_Unknown");
+    ZK::UUID const nameless(s_nameless);
+    EXPECT_EQ(nameless.text(), "0000000a-000b-000c-01020304050607ff");
+    EXPECT_EQ(nameless.toString(true), "0000000a-000b-000c-0102-0304050607ff-INVALID");
+    EXPECT_EQ(ZK::UUID::INVALID().toString(false), "00000000-0000-0000-0000-000000000000");
+    EXPECT_EQ(ZK::UUID::INVALID(), ZK::UUID());
+}
+
+TEST(UUID, ParseReversesToString)
+{
+    ZK::UUID const named(s_named);
+    ZK::UUID id;
+    ASSERT_TRUE(id.parse(named.toString(true)).isSuccess());
+    EXPECT_EQ(id, named);
+    EXPECT_EQ(id.text(), "IID_Unknown");
+    ZK::UUID const copy(id);
+    ASSERT_TRUE(id.parse("0000000A-000b-000c-0102-0304050607FF").isSuccess());
+    EXPECT_EQ(id, ZK::UUID(s_nameless));
+    EXPECT_EQ(id.text(), "0000000a-000b-000c-01020304050607ff");
+    EXPECT_EQ(copy, named) << "a copy keeps the record that it shared";
+    ASSERT_TRUE(id.parse("0000000a-000b-000c-0102-0304050607ff-").isSuccess());
+    EXPECT_EQ(id.toString(true), "0000000a-000b-000c-0102-0304050607ff-INVALID") << "an empty name is none";
+}
+
+TEST(UUID, OtherTextLeavesTheIdentifierAlone)
+{
+    ZK::UUID id(s_named);
+    for (char const* text : {"", "hello", "1e7be6bc-6ebb-4e16-8cc1-c107055e1f", "1e7be6bc-6ebb-4e16-8cc1c107055e1f94"})
+    {
+        EXPECT_EQ(id.parse(text), XCODE_FAILURE) << text;
+        EXPECT_EQ(id.text(), "IID_Unknown");
+    }
+}
+
+TEST(UUID, CopiesShareARecordAndGiveItBack)
+{
+    auto* record = new ZK::UUIDData{7, 0, 0, {}, 0, ::strdup("shared")};
+    record->addRef();
+    {
+        ZK::UUID first(*record);
+        ZK::UUID const second(first);
+        EXPECT_EQ(record->useCount, 3u);
+        ZK::UUID const& alias = first;
+        first = alias;
+        EXPECT_EQ(record->useCount, 3u);
+        first = ZK::UUID(s_named);
+        EXPECT_EQ(record->useCount, 2u);
+    }
+    EXPECT_EQ(record->useCount, 1u);
+    record->release();
+    EXPECT_EQ(s_named.useCount, ZK::UUIDData::STATIC_RECORD);
+}
+
+TEST(UUID, GeneratedOnesDifferAndAreCalledRandom)
+{
+    ZK::UUID const first = ZK::UUID::GENERATE();
+    ZK::UUID const second = ZK::UUID::GENERATE();
+    EXPECT_FALSE(first == second);
+    EXPECT_EQ(first.text(), "random");
+    EXPECT_EQ(second.text(), "random");
+}
+
+TEST(Random, ReadsTheChosenDevice)
+{
+    ZKRandom const random(false);
+    EXPECT_EQ(random.getPath(), ZKRandom::U_DEV_RANDOM);
+    EXPECT_EQ(ZKRandom(true).getPath(), "/dev/random");
+    unsigned char bytes[64] = {};
+    ASSERT_TRUE(random.readFixedSize(bytes, sizeof(bytes), true).isSuccess());
+    int used = 0;
+    for (unsigned char byte : bytes)
+        used += byte != 0;
+    EXPECT_GT(used, 32);
+}
