@@ -6,12 +6,14 @@
 #include "zekovar/threads/auto_lock.h"
 #include "zekovar/threads/thread.h"
 
+#include <sched.h>
 #include <syslog.h>
 
 using ZK::Detail::codeOfErrno;
 
 namespace
 {
+constexpr int YIELDS = 100;                   // for a signaller, before sleeping
 constexpr int NO_LIMIT = 0x7FFFFFFF;          // milliseconds
 constexpr long long LAST_SECOND = 0x7FFFFFFE; // of a deadline that is a limit
 }
@@ -30,8 +32,15 @@ ZKSemaphore::ZKSemaphore(int initial, int maximum, ZK::Time::Source source)
 ZKSemaphore::~ZKSemaphore()
 {
     leaveReport();
-    while (m_signalling.load(std::memory_order_acquire) != 0)
-        ZKThread::SLEEP(1); // not a mere yield, under which a real-time thread would keep the signaller from its end
+    // The signaller that woke the last waiter is a few instructions from its end, unless a real-time thread that is here
+    // keeps it from the processor by mere yielding.
+    for (int turn = 0; m_signalling.load(std::memory_order_acquire) != 0; turn++)
+    {
+        if (turn < YIELDS)
+            ::sched_yield();
+        else
+            ZKThread::SLEEP(1);
+    }
 }
 
 String ZKSemaphore::getLockStatus() const
