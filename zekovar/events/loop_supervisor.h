@@ -93,6 +93,12 @@ private:
 
     void countSecond();
 
+    /// Null if there is none.
+    ZKEventLoop* firstLoop();
+
+    /// With the mutex held, waits until another thread's `unregisterEventLoop` has finished.
+    void waitUntilGone(ZKEventLoop& loop);
+
     ZKMutex m_mutex; // guards m_loops and m_seconds; never held while waiting for a loop
     ZKStringHashTable<LoopStatus> m_loops;
     unsigned int m_seconds; // passes so far

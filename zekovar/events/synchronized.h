@@ -5,8 +5,11 @@
 #include "zekovar/foundation/xcode.h"
 #include "zekovar/threads/thread_attribute.h"
 
+#include <vector>
+
 class ZKEventLoop;
 class ZKEventQueue;
+class ZKEventSync;
 class ZKThread;
 
 /// The threads that a thread has stopped by `ZKEventSync`, its own id first, one entry for each nested level.
@@ -37,8 +40,20 @@ public:
     unsigned long getThread(unsigned int index) const;
 
 private:
+    friend class ZKEventSync;
+
+    /// True for the own thread and for one that any level has stopped, listed or not.
+    bool isStopped(unsigned long id) const;
+
+    /// True if a level on that thread has been entered and not left.
+    bool hasLevel(unsigned long id) const;
+
+    void enterLevel(unsigned long id);
+    void leaveLevel(unsigned long id);
+
     unsigned long m_threads[CAPACITY];
     unsigned int m_count;
+    std::vector<unsigned long> m_unlisted; // levels that found the list full, so that their ends don't unlist others
 };
 
 /// True if the calling thread is the one asked for, or has stopped it by `ZKEventSync`: waiting for that thread would

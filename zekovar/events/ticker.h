@@ -22,8 +22,9 @@ protected:
 /// The descriptor is opened by the first ticker and stays open, without tickers too, until `stop`. A tick that a busy
 /// loop missed isn't made up.
 ///
-/// All operations are safe from any thread. The ticks themselves take no lock: a ticker that is removed on a thread
-/// other than the loop's may see one more tick, so such a thread synchronises to the loop before it deletes the ticker.
+/// `addTicker` and `removeTicker` are safe from any thread. The ticks themselves take no lock: a ticker that is removed
+/// on a thread other than the loop's may see one more tick, so such a thread synchronises to the loop before it deletes
+/// the ticker.
 class ZKTickerManager : public _ZKFileObserver
 {
 public:
@@ -43,7 +44,8 @@ public:
     /// Without effect on a ticker that isn't there.
     void removeTicker(ZKTicker* ticker);
 
-    /// Closes the timer. The tickers keep their places, and the next `addTicker` makes them all tick again.
+    /// Closes the timer. The tickers keep their places, and the next `addTicker` makes them all tick again. For the
+    /// loop's thread, or while the loop stands still.
     void stop();
 
     /// Milliseconds in a tick.
