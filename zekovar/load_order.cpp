@@ -1,6 +1,7 @@
 // The objects that are built when the library is loaded. Those of one file are built from top to bottom and destroyed
 // from bottom to top, so this is the only file that defines such objects: a new one goes where what it uses exists.
 
+#include "zekovar/events/event_loop.h"
 #include "zekovar/events/synchronized.h"
 #include "zekovar/foundation/string.h"
 #include "zekovar/threads/backtrace.h"
@@ -36,4 +37,5 @@ ZKIntHashTable<int> ZKSemFifo::s_semIdList(16);
 ZKThreadAttributeType ZKThread::s_selfAttribute(ZKThreadAttributeType::KEEP_ATTRIBUTE);
 ZKThreadAttributeType ZKThreadAttributeType::s_none(ZKThreadAttributeType::KEEP_ATTRIBUTE);
 
+constinit std::atomic<uint32_t> ZKEventLoop::s_nextUniqueId{0xABAD1DEA};
 ZKThreadAttributeType ZKThreadAttributeSynchronized::s_attributeType(ZKThreadAttributeType::DELETE_ATTRIBUTE);

@@ -22,9 +22,9 @@ class ZKEventSync;
 /// ends when all three are empty. So a steady stream of high events starves the low ones, and any stream of events
 /// starves files and timers.
 ///
-/// Any thread may post, start and stop. It can be started again after a stop. A loop may be stopped by its own
-/// handlers; it must not be destroyed on its own thread, and a class that overrides a virtual operation stops it in its
-/// own destructor.
+/// Any thread may post. Starting, stopping and destroying a loop is the affair of its owner, but its own handlers may stop it
+/// too. It can be started again after a stop. It must not be destroyed on its own thread, and a class that overrides a virtual
+/// operation stops it in its own destructor.
 ///
 ///     ZKEventLoop loop("Radio", 0, 100, 1000, 10000, 0);
 ///     loop.start();
@@ -42,8 +42,8 @@ public:
     /// Stops the loop, waits for its thread to be gone and drops what is queued, without running it.
     virtual ~ZKEventLoop();
 
-    /// Starts the thread and has the loop supervised; without effect on a running loop. If there is no thread to be
-    /// had, one line goes to the system monitor and the loop stays stopped.
+    /// Starts the thread and has the loop supervised; without effect on a running loop. If the system has no thread to give,
+    /// the supervisor shows the loop as blocked, and a stop and another start try again.
     virtual void start();
 
     /// Ends the thread at the end of its present turn and waits for that, unless the caller is the loop's thread or

@@ -15,9 +15,8 @@ public:
 
     void onFileReady() override;
 
-    /// Writes one byte. With the pipe full (64 KiB of triggers not yet served) it waits for the loop to make room,
-    /// unless the caller itself keeps the loop from doing so: on the loop's thread, on one that is synchronised to the
-    /// loop, or with the loop stopped, this trigger is merged with those that wait.
+    /// Writes one byte, without ever blocking: triggers that find the pipe full (64 KiB of them not yet served) are merged with
+    /// those before. Fails with the code of the write.
     virtual XCode trigger();
 
     virtual void onTrigger();

@@ -1,0 +1,392 @@
+#include "tests/events/loop_fixture.h"
+#include "tests/string_printer.h"
+#include "zekovar/events/event_sync.h"
+#include "zekovar/events/standard_loops.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <set>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+std::set<int> openDescriptors()
+{
+    std::set<int> result;
+    DIR* const directory = opendir("/proc/self/fd");
+    while (dirent const* const entry = readdir(directory))
+    {
+        if (entry->d_name[0] != '.' && std::atoi(entry->d_name) != dirfd(directory))
+            result.insert(std::atoi(entry->d_name));
+    }
+    closedir(directory);
+    return result;
+}
+
+std::set<int> descriptorsSince(std::set<int> const& before)
+{
+    std::set<int> result = openDescriptors();
+    std::erase_if(result, [&](int fd) { return before.contains(fd); });
+    return result;
+}
+}
+
+TEST(EventLoop, HandlesByPriorityAndStartsAgainAtHighAfterEachEvent)
+{
+    TestLoop loop;
+    std::vector<int> order;
+    Task high(loop, EventPrio::HIGH, [&] { order.push_back(0); });
+    Task normal(loop, EventPrio::NORMAL,
+                [&]
+                {
+                    order.push_back(1);
+                    if (order.size() == 2)
+                        high->set();
+                });
+    Task low(loop, EventPrio::LOW, [&] { order.push_back(2); });
+    for (Task* task : {&low, &normal, &normal, &high})
+        EXPECT_TRUE((*task)->set().isSuccess());
+
+    ASSERT_TRUE(loop.handleAll());
+    loop.stop();
+    EXPECT_EQ(order, (std::vector<int>{0, 1, 0, 1, 2}));
+}
+
+TEST(EventLoop, TakesEachPostOfAnEventAsOneCall)
+{
+    TestLoop loop;
+    std::vector<uint32_t> pendingInside;
+    Task task(loop, EventPrio::NORMAL, [&] { pendingInside.push_back(task->getPending()); });
+
+    EXPECT_TRUE(task->set().isSuccess());
+    EXPECT_TRUE(task->setIfNotPending().isSuccess());
+    EXPECT_EQ(task->getPending(), 1u) << "it was pending";
+    task->set();
+    EXPECT_EQ(task->getPending(), 2u);
+    ASSERT_TRUE(loop.handleAll());
+    task->setIfNotPending();
+    ASSERT_TRUE(loop.handleAll());
+    loop.stop();
+    EXPECT_EQ(pendingInside, (std::vector<uint32_t>{1, 0, 0}));
+    EXPECT_EQ(&task->eventLoop(), &loop);
+}
+
+TEST(EventLoop, DestroyedEventLivesUntilItsEntryIsTakenAndIsNotHandled)
+{
+    struct Probe : ZKEvent
+    {
+        Probe(ZKEventLoop& loop, bool& isGone) : ZKEvent(loop, EventPrio::HIGH, &FAIL_TEST, nullptr), m_isGone(isGone)
+        {
+        }
+
+        ~Probe() override { m_isGone = true; }
+
+        static void FAIL_TEST(void*) { ADD_FAILURE() << "handler of a cancelled event"; }
+
+        bool& m_isGone;
+    };
+
+    bool isGone = false;
+    bool isLeftGone = false;
+    {
+        TestLoop loop;
+        auto* const event = new Probe(loop, isGone);
+        event->set();
+        event->destroy();
+        EXPECT_FALSE(isGone) << "the queue holds a reference";
+        ASSERT_TRUE(loop.handleAll());
+        loop.stop();
+        EXPECT_TRUE(isGone);
+
+        auto* const left = new Probe(loop, isLeftGone);
+        left->set();
+        left->cancelIgnoreRace();
+        EXPECT_EQ(left->set().getValue(), XCODE_FAILURE);
+        EXPECT_EQ(left->getPending(), 1u);
+        left->release();
+        EXPECT_EQ(loop.getQueue(EventPrio::HIGH).addEvent(nullptr).getValue(), XCODE_FAILURE);
+        EXPECT_FALSE(isLeftGone);
+    }
+    EXPECT_TRUE(isLeftGone) << "the loop drops what is left in its queues";
+}
+
+TEST(EventLoop, StatisticsAddUpAndStartANewIntervalWhenRead)
+{
+    TestLoop loop;
+    Task task(loop, EventPrio::LOW, [] { std::this_thread::sleep_for(std::chrono::milliseconds(3)); });
+    for (int i = 0; i < 5; ++i)
+        task->set();
+    ZKEventQueue& queue = loop.getQueue(EventPrio::LOW);
+    EXPECT_EQ(queue.getName(), "Test.low-priority");
+    EXPECT_EQ(queue.getFillLevel(), 5u);
+    loop.start();
+    ASSERT_TRUE(eventually([&] { return queue.getProcessedCount() == 5; }));
+    loop.stop();
+
+    ZKEventQueue::Statistics first;
+    queue.getStatistics(first);
+    EXPECT_EQ(first.added, 5u);
+    EXPECT_EQ(first.removed, 5u);
+    EXPECT_EQ(first.processed, 5u);
+    EXPECT_EQ(first.maxFillLevel, 5u);
+    EXPECT_EQ(first.maxFillLevelInterval, 5u);
+    EXPECT_GE(first.processingTime, 15u);
+    EXPECT_GE(first.maxProcessingTimeInterval, 3u);
+    EXPECT_GE(first.queuingTime, 3u * (1 + 2 + 3 + 4)) << "each waits for those in front of it";
+    EXPECT_GE(first.maxQueuingTimeInterval, 12u);
+    EXPECT_GE(first.load / 1000000, first.queuingTime) << "both sum up what the events waited";
+
+    ZKEventQueue::Statistics second;
+    queue.getStatistics(second);
+    EXPECT_EQ(second.maxFillLevel, 5u);
+    EXPECT_EQ(second.maxFillLevelInterval, 0u);
+    EXPECT_EQ(second.maxQueuingTimeInterval, 0u);
+    EXPECT_EQ(second.maxProcessingTimeInterval, 0u);
+    EXPECT_EQ(second.processingTime, first.processingTime);
+}
+
+TEST(EventLoop, LosesNoneOfAMillionPostsAndKeepsTheOrderOfThreadAndPriority)
+{
+    constexpr int THREADS = 4;
+    constexpr int POSTS = 250000 / SLOWER;
+
+    struct Numbered : ZKEvent
+    {
+        Numbered(ZKEventLoop& loop, EventPrio::Type priority, int& counter, int number)
+            : ZKEvent(loop, priority, nullptr, nullptr), m_counter(counter), m_number(number)
+        {
+        }
+
+        void handle() override { EXPECT_EQ(m_counter++, m_number); }
+
+        int& m_counter;
+        int m_number;
+    };
+
+    TestLoop loop;
+    std::array<std::array<int, EventPrio::COUNT>, THREADS> handled{};
+    auto posted = handled;
+    loop.start();
+    std::vector<std::thread> posters;
+    for (int t = 0; t < THREADS; ++t)
+    {
+        posters.emplace_back(
+            [&, t]
+            {
+                for (int i = 0; i < POSTS; ++i)
+                {
+                    auto const priority = static_cast<EventPrio::Type>(i % EventPrio::COUNT);
+                    auto* const event = new Numbered(loop, priority, handled[t][priority], posted[t][priority]++);
+                    EXPECT_TRUE(event->set().isSuccess());
+                    event->release();
+                }
+            });
+    }
+    for (std::thread& poster : posters)
+        poster.join();
+    ASSERT_TRUE(loop.handleAll());
+    loop.stop();
+    EXPECT_EQ(handled, posted);
+}
+
+TEST(EventLoop, HandlerThatFillsItsOwnLoopEnds)
+{
+    constexpr int POSTS = 200000; // three times the bytes that a pipe can hold
+    TestLoop loop;
+    int calls = 0;
+    Task counter(loop, EventPrio::NORMAL, [&] { calls++; });
+    Task burst(loop, EventPrio::HIGH,
+               [&]
+               {
+                   for (int i = 0; i < POSTS; ++i)
+                   {
+                       counter->set();
+                       loop.wakeupLoop();
+                   }
+               });
+    burst->set();
+    ASSERT_TRUE(loop.handleAll());
+    loop.stop();
+    EXPECT_EQ(calls, POSTS);
+}
+
+TEST(EventLoop, StoppedByItsHandlerEndsWithTheTurnAndStartsAgain)
+{
+    TestLoop loop;
+    int stops = 0;
+    int calls = 0;
+    Task stopper(loop, EventPrio::HIGH,
+                 [&]
+                 {
+                     loop.stop();
+                     stops += loop.isStopped() ? 1 : 0;
+                 });
+    Task follower(loop, EventPrio::LOW, [&] { calls++; });
+    for (int round = 1; round <= 2; ++round)
+    {
+        stopper->set();
+        follower->set();
+        loop.start();
+        ASSERT_TRUE(eventually([&] { return !loop.getThread().isAlive(); }));
+        EXPECT_EQ(stops, round);
+        EXPECT_EQ(calls, round) << "the queues are drained to the end of the turn";
+    }
+    follower->set();
+    EXPECT_EQ(follower->getPending(), 1u) << "stays queued while the loop is stopped";
+    ASSERT_TRUE(loop.handleAll());
+    loop.stop();
+    EXPECT_EQ(calls, 3);
+}
+
+TEST(EventLoop, DestructorWaitsForAThreadThatStoppedItsOwnLoop)
+{
+    auto loop = std::make_unique<TestLoop>();
+    std::atomic<bool> isStopped{false};
+    std::atomic<bool> isBeingDestroyed{false};
+    bool isNameIntact = false;
+    Task task(*loop, EventPrio::NORMAL,
+              [&, raw = loop.get()]
+              {
+                  raw->stop();
+                  isStopped = true;
+                  EXPECT_TRUE(eventually([&] { return isBeingDestroyed.load(); }));
+                  std::this_thread::sleep_for(std::chrono::milliseconds(20)); // the destructor's chance to go too far
+                  isNameIntact = raw->getName() == "Test";
+              });
+    task->set();
+    loop->start();
+    ASSERT_TRUE(eventually([&] { return isStopped.load(); }));
+    isBeingDestroyed = true;
+    loop.reset();
+    EXPECT_TRUE(isNameIntact);
+}
+
+TEST(EventLoop, StoppedByAThreadThatHoldsItDoesNotWaitForItself)
+{
+    TestLoop loop;
+    loop.start();
+    {
+        ZKAutoLock<ZKEventLoop> hold(loop);
+        loop.stop();
+        EXPECT_TRUE(loop.isStopped());
+    }
+    EXPECT_TRUE(eventually([&] { return !loop.getThread().isAlive(); }));
+}
+
+TEST(EventLoop, HasAUniqueNameThatCountsOn)
+{
+    TestLoop first;
+    TestLoop second;
+    auto const numberOf = [](TestLoop const& loop)
+    {
+        EXPECT_EQ(loop.getUniqueName().length(), 13);
+        EXPECT_TRUE(loop.getUniqueName().startsWith("Test-"));
+        return static_cast<uint32_t>(std::strtoul(loop.getUniqueName().c_str() + 5, nullptr, 16));
+    };
+    EXPECT_GE(numberOf(first), 0xABAD1DEAu);
+    EXPECT_EQ(numberOf(second), numberOf(first) + 1);
+    EXPECT_EQ(first.getName(), "Test");
+}
+
+TEST(EventLoop, PostAfterAFailedWakeUpWakesTheLoopForBoth)
+{
+    std::set<int> const before = openDescriptors();
+    TestLoop loop;
+    std::set<int> pipes = descriptorsSince(before);
+    std::erase_if(pipes, [](int fd) { return (fcntl(fd, F_GETFL) & O_ACCMODE) != O_WRONLY; });
+    ASSERT_EQ(pipes.size(), 1u);
+    int const writeEnd = *pipes.begin();
+    int const kept = fcntl(writeEnd, F_DUPFD_CLOEXEC, 0);
+    loop.start();
+
+    std::atomic<int> calls{0};
+    Task task(loop, EventPrio::NORMAL, [&] { calls++; });
+    close(writeEnd);
+    EXPECT_TRUE(task->set().isSuccess()) << "the event stands in the queue all the same";
+    loop.wakeupLoop();
+    EXPECT_EQ(task->getPending(), 1u);
+    ASSERT_EQ(dup2(kept, writeEnd), writeEnd);
+    task->set();
+    EXPECT_TRUE(eventually([&] { return calls == 2; }));
+    loop.stop();
+    close(kept);
+}
+
+TEST(EventLoop, WithoutDescriptorsStillHandlesEventsAndStops)
+{
+    {
+        TestLoop().start();
+    } // opens what the first loop of a process opens for all
+    rlimit old{};
+    getrlimit(RLIMIT_NOFILE, &old);
+    rlimit const none{0, old.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    {
+        TestLoop loop;
+        EXPECT_FALSE(loop.getFileQueue().isOpen());
+        std::atomic<int> calls{0};
+        Task task(loop, EventPrio::NORMAL, [&] { calls++; });
+        task->set();
+        loop.start();
+        EXPECT_TRUE(eventually([&] { return calls == 1; }));
+        loop.stop();
+    }
+    setrlimit(RLIMIT_NOFILE, &old);
+}
+
+TEST(EventLoop, LeavesNoDescriptorBehindAndHasThemAllCloseOnExec)
+{
+    constexpr int ROUNDS = 10000 / SLOWER;
+    {
+        TestLoop().start();
+    }
+    std::set<int> const before = openDescriptors();
+    for (int i = 0; i < ROUNDS; ++i)
+    {
+        TestLoop loop;
+        Task task(loop, EventPrio::HIGH, [&] { loop.wakeupLoop(); });
+        task->set();
+        if (i % 10 != 0)
+            continue;
+        loop.start();
+        for (int fd : i == 0 ? descriptorsSince(before) : std::set<int>())
+            EXPECT_NE(fcntl(fd, F_GETFD) & FD_CLOEXEC, 0) << fd;
+    }
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(StandardLoops, RunUnderTheirNamesWithTheirTicks)
+{
+    struct Expected
+    {
+        ZKEventLoop& loop;
+        char const* name;
+        unsigned int fine;
+        unsigned int coarse;
+        unsigned int longest;
+    };
+
+    for (Expected const& expected :
+         {Expected{CONFIG::INSTANCE(), "Config", 1000, 10000, 100000},
+          Expected{CRIT::INSTANCE(), "Crit", 100, 1000, 10000}, Expected{IO::INSTANCE(), "IO", 100, 1000, 10000},
+          Expected{MGMT::INSTANCE(), "Mgmt", 1000, 10000, 100000}})
+    {
+        EXPECT_EQ(expected.loop.getName(), expected.name);
+        EXPECT_FALSE(expected.loop.isStopped());
+        EXPECT_EQ(expected.loop.getTickerManager(expected.coarse - 1)->getResolution(), expected.fine);
+        EXPECT_EQ(expected.loop.getTickerManager(expected.coarse)->getResolution(), expected.coarse);
+        EXPECT_EQ(expected.loop.getTickerManager(expected.longest)->getResolution(), expected.coarse);
+        EXPECT_EQ(expected.loop.getTickerManager(expected.longest + 1), nullptr);
+    }
+    EXPECT_EQ(CRIT::INSTANCE().getAsyncContext().loop, &CRIT::INSTANCE());
+    EXPECT_EQ(IO::INSTANCE().getSyncContext().type, ZK::FunctionContext::Type::SYNC);
+    EXPECT_EQ(MGMT::INSTANCE().getDirectContext().type, ZK::FunctionContext::Type::DIRECT);
+}

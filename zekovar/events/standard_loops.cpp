@@ -1,0 +1,71 @@
+#include "zekovar/events/standard_loops.h"
+
+CONFIG& CONFIG::INSTANCE()
+{
+    static CONFIG s_instance;
+    return s_instance;
+}
+
+CONFIG::CONFIG() : ZKEventLoop("Config", 1024, 1000, 10000, 100000, 10000)
+{
+    start();
+}
+
+CONFIG::~CONFIG()
+{
+    stop();
+}
+
+CRIT& CRIT::INSTANCE()
+{
+    static CRIT s_instance;
+    return s_instance;
+}
+
+CRIT::CRIT()
+    : ZKEventLoop("Crit", 4096, 100, 1000, 10000, 1000),
+      m_syncContext{ZK::FunctionContext::Type::SYNC, this},
+      m_asyncContext{ZK::FunctionContext::Type::ASYNC, this}
+{
+    start();
+}
+
+CRIT::~CRIT()
+{
+    stop();
+}
+
+IO& IO::INSTANCE()
+{
+    static IO s_instance;
+    return s_instance;
+}
+
+IO::IO()
+    : ZKEventLoop("IO", 4096, 100, 1000, 10000, 1000),
+      m_syncContext{ZK::FunctionContext::Type::SYNC, this},
+      m_asyncContext{ZK::FunctionContext::Type::ASYNC, this}
+{
+    start();
+}
+
+IO::~IO()
+{
+    stop();
+}
+
+MGMT& MGMT::INSTANCE()
+{
+    static MGMT s_instance;
+    return s_instance;
+}
+
+MGMT::MGMT() : ZKEventLoop("Mgmt", 1024, 1000, 10000, 100000, 5000)
+{
+    start();
+}
+
+MGMT::~MGMT()
+{
+    stop();
+}
