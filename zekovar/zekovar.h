@@ -13,6 +13,7 @@
 #include "zekovar/events/event_sync.h"
 #include "zekovar/events/file_event.h"
 #include "zekovar/events/file_observer.h"
+#include "zekovar/events/file_observer_fn.h"
 #include "zekovar/events/file_queue.h"
 #include "zekovar/events/function.h"
 #include "zekovar/events/function_context.h"

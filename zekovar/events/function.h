@@ -17,13 +17,11 @@ class Function;
 ///
 /// The caller just calls. How, was settled when the function was made, by its `ZK::FunctionContext`:
 ///
-/// | mode   | the call                                                                                        |
-/// | ------ | ----------------------------------------------------------------------------------------------- |
-/// | direct | runs the target at once on the caller's thread                                                  |
-/// | sync   | stops the loop between two events, runs the target on the caller's thread, lets the loop go on; on the
-/// loop's own thread, or one synchronised to it, it runs at once. The loop has to be running | | async  | copies the
-/// arguments, posts, and returns; the loop's thread serves the calls in their order, at normal priority, never nested
-/// in a handler |
+/// - direct: runs the target at once on the caller's thread.
+/// - sync: stops the loop between two events, runs the target on the caller's thread and lets the loop go on; on the
+///   loop's own thread, or one that is synchronised to it, it runs at once. It blocks while the loop isn't running.
+/// - async: copies the arguments, posts, and returns. The loop's thread serves the calls in their order, at normal
+///   priority, never nested in another handler.
 ///
 /// Copies share the target. Calling is safe from all threads as far as the target is; changing one `Function` object
 /// while another thread uses it is not. A direct target may not drop the last copy of its own function; a sync or async

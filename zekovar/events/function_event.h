@@ -48,6 +48,8 @@ public:
     /// Posts the event. Safe from any thread. Fails once the event has been stopped.
     XCode set();
 
+    static void HANDLE(void* functionEvent);
+
 protected:
     /// Ends the event for good: `handle` isn't running when this returns, unless it is the caller, and won't be called
     /// again. To be called by the outermost destructor, so that `handle` doesn't meet a half-destroyed object.
@@ -59,8 +61,6 @@ protected:
     ZKEventLoop& m_loop;
 
 private:
-    static void HANDLE(void* functionEvent);
-
     ZKPtr<ZKEvent> m_event;
 };
 }

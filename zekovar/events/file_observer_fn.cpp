@@ -1,0 +1,50 @@
+#include "zekovar/events/file_observer_fn.h"
+
+#include "zekovar/events/event_loop.h"
+#include "zekovar/events/event_sync.h"
+
+namespace ZK
+{
+namespace
+{
+/// By way of a copy: the function may drop the observer, and with it its member.
+template <class... Args>
+void callIfSet(Function<void(Args...)> function, Args... args)
+{
+    if (function)
+        function(args...);
+}
+}
+
+FileObserverFn::FileObserverFn(ZKEventLoop& loop)
+    : RefCounted(&loop.getEventSync(EventPrio::NORMAL)), FileObserver(loop)
+{
+}
+
+FileObserverFn::FileObserverFn(ZKEventLoop& loop, ZKFile const& file, Type type)
+    : RefCounted(&loop.getEventSync(EventPrio::NORMAL)), FileObserver(loop, file, type, false)
+{
+}
+
+FileObserverFn::~FileObserverFn() = default;
+
+void FileObserverFn::onObservedFileReadReady(bool priority)
+{
+    callIfSet(m_readReady, priority);
+}
+
+void FileObserverFn::onObservedFileWriteReady()
+{
+    callIfSet(m_writeReady);
+}
+
+void FileObserverFn::onObservedFileHangup()
+{
+    callIfSet(m_hangup);
+}
+
+void FileObserverFn::onObservedFileError()
+{
+    callIfSet(m_error);
+}
+}
