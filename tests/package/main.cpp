@@ -1,6 +1,7 @@
 #include "zekovar/zekovar.h"
 
 #include <cstdio>
+#include <getopt.h>
 #include <semaphore.h>
 
 class FirstDaemon : public ZKExecutable
@@ -8,33 +9,19 @@ class FirstDaemon : public ZKExecutable
 public:
     FirstDaemon() : ZKExecutable("", s_options) { sem_init(&m_quit, 0, 0); }
 
-    /// Runs in a signal handler, where posting a semaphore is one of the few things that are safe.
-    void onQuitSignal(int) override { sem_post(&m_quit); }
-
-    XCode run()
+    void waitForQuit()
     {
-        ZKEventLoop loop("Main", 0, 100, 1000, 10000, 0);
-        auto* timer = new _ZKTimeoutEvent(loop, EventPrio::NORMAL, &FirstDaemon::ON_SECOND, nullptr);
-        loop.start();
-        XCode code = timer->start(1000, true, true);
-        while (code && sem_wait(&m_quit) != 0)
-            ; // interrupted by another signal
-        loop.stop();
-        timer->destroy();
-        return code;
+        while (sem_wait(&m_quit) != 0)
+            ; // another signal came
     }
 
-private:
-    static void ON_SECOND(void*)
-    {
-        std::puts("the gateway is up");
-        std::fflush(stdout);
-    }
+    void onQuitSignal(int) override { sem_post(&m_quit); } // in a signal handler, where little else is allowed
 
     void subclassHookA() override {}
 
     void subclassHookB() override {}
 
+private:
     static inline option s_options[] = {{}};
     sem_t m_quit;
 };
@@ -43,5 +30,13 @@ int main(int argc, char** argv)
 {
     FirstDaemon daemon;
     daemon.setup(argc, argv);
-    return daemon.run() ? 0 : 1;
+
+    ZKEventLoop loop("Main", 0, 100, 1000, 10000, 0);
+    loop.start();
+    auto const say = [](void*) { std::fputs("the gateway is up\n", stderr); };
+    auto* timer = new _ZKTimeoutEvent(loop, EventPrio::NORMAL, say, nullptr);
+    if (timer->start(1000, true, true)) // at once, then each second
+        daemon.waitForQuit();
+    loop.stop();
+    timer->destroy();
 }
