@@ -1,0 +1,180 @@
+#include "zekovar/events/timeout_event.h"
+
+#include "tests/eventually.h"
+#include "zekovar/events/event_loop.h"
+
+#include <atomic>
+#include <cerrno>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sys/resource.h>
+#include <tuple>
+#include <vector>
+
+namespace
+{
+struct Destroy
+{
+    void operator()(_ZKTimeoutEvent* event) const { event->destroy(); }
+};
+
+using Timer = std::unique_ptr<_ZKTimeoutEvent, Destroy>;
+
+/// Timers on a loop with ticks of 10 and 40 ms, which a test starts if it wants.
+class TimeoutEvent : public ::testing::Test
+{
+protected:
+    static void COUNT(void* counter) { ++*static_cast<std::atomic<int>*>(counter); }
+
+    static void RESET(void* timer) { static_cast<Timer*>(timer)->reset(); }
+
+    Timer make(void (*handler)(void*) = nullptr, void* argument = nullptr)
+    {
+        return Timer(new _ZKTimeoutEvent(m_loop, EventPrio::HIGH, handler, argument));
+    }
+
+    ZKEventLoop m_loop{"Timers", 16, 10, 40, 80, 16};
+    std::atomic<int> m_runs = 0;
+};
+}
+
+TEST_F(TimeoutEvent, LaysItsPeriodOnTheTicksThatSuitIt)
+{
+    ZKTickerManager* const fine = m_loop.getTickerManager(1);
+    ZKTickerManager* const coarse = m_loop.getTickerManager(40);
+    EXPECT_NE(fine, coarse);
+
+    std::tuple<unsigned int, ZKTickerManager*, unsigned int> const cases[] = {
+        {1, fine, 1},    {14, fine, 1},   {15, fine, 2},   {39, fine, 4},
+        {40, coarse, 1}, {59, coarse, 1}, {60, coarse, 2}, {80, coarse, 2}};
+
+    Timer timer = make();
+    for (auto const& [milliseconds, ticker, ticks] : cases)
+    {
+        EXPECT_TRUE(timer->start(milliseconds, true, false).isSuccess());
+        EXPECT_EQ(timer->getTicker(), ticker) << milliseconds;
+        EXPECT_EQ(timer->getReloadTicks(), ticks) << milliseconds;
+    }
+    EXPECT_FALSE(timer->isEnabled());
+    EXPECT_TRUE(timer->start(81, true, false).isSuccess());
+    EXPECT_EQ(timer->getTicker(), nullptr);
+    EXPECT_TRUE(timer->isEnabled()) << "a longer period has a descriptor of its own";
+    EXPECT_TRUE(timer->start(100, false, false).isSuccess());
+    EXPECT_EQ(timer->getTicker(), nullptr) << "a one-shot timer never uses a ticker";
+}
+
+TEST_F(TimeoutEvent, CountsTicksPastTheQueueUntilItIsStopped)
+{
+    Timer timer = make(&COUNT, &m_runs);
+    ASSERT_TRUE(timer->start(20, true, false).isSuccess());
+    ZKTickerManager* const ticker = timer->getTicker();
+    std::vector<int> seen;
+    for (int i = 0; i < 5; i++)
+    {
+        ticker->onFileReady();
+        seen.push_back(m_runs);
+    }
+    EXPECT_EQ(seen, (std::vector<int>{0, 1, 1, 2, 2}));
+    EXPECT_FALSE(timer->isPending());
+    timer->stop();
+    ticker->onFileReady();
+    EXPECT_EQ(m_runs, 2);
+
+    // an expiry that the kernel reported before a stop or a new start finds nothing to take
+    ASSERT_TRUE(timer->start(3600000, false, false).isSuccess());
+    timer->onFileReady();
+    EXPECT_EQ(m_runs, 2);
+}
+
+TEST_F(TimeoutEvent, BadStartLeavesARunningTimerAndACancelledOneStaysIdle)
+{
+    Timer timer = make();
+    ASSERT_TRUE(timer->start(10, true, true).isSuccess());
+    EXPECT_EQ(timer->start(0, true, true), XCODE_FAILURE);
+    EXPECT_NE(timer->getTicker(), nullptr);
+    EXPECT_EQ(timer->getPending(), 1u) << "the immediate run of the first start";
+    timer->cancel();
+    EXPECT_EQ(timer->getTicker(), nullptr);
+    EXPECT_EQ(timer->start(10, true, true), XCODE_FAILURE);
+    EXPECT_EQ(timer->getTicker(), nullptr);
+}
+
+TEST_F(TimeoutEvent, FiresFromATickerAndFromItsOwnDescriptorAlsoAfterARestart)
+{
+    std::atomic<int> overlong = 0, single = 0;
+    Timer onTicker = make(&COUNT, &m_runs);
+    Timer onDescriptor = make(&COUNT, &overlong);
+    Timer oneShot = make(&COUNT, &single);
+    for (int round = 1; round <= 2; round++)
+    {
+        m_loop.start();
+        EXPECT_TRUE(onTicker->start(10, true, false).isSuccess());
+        EXPECT_TRUE(onDescriptor->start(81, true, false).isSuccess());
+        EXPECT_TRUE(oneShot->start(1, false, true).isSuccess());
+        EXPECT_TRUE(eventually([&, ran = m_runs.load()] { return m_runs >= ran + 3; }));
+        EXPECT_TRUE(eventually([&, ran = overlong.load()] { return overlong >= ran + 2; }));
+        EXPECT_TRUE(eventually([&] { return single == 2 * round; })) << "at once through the queue, then in time";
+        m_loop.stop();
+    }
+}
+
+TEST_F(TimeoutEvent, HandlerMayDestroyItsEvent)
+{
+    Timer ticked, single;
+    ticked = make(&RESET, &ticked);
+    single = make(&RESET, &single);
+    Timer last = make(&COUNT, &m_runs);
+    ASSERT_TRUE(ticked->start(10, true, false).isSuccess());
+    ASSERT_TRUE(single->start(1, false, false).isSuccess());
+    ASSERT_TRUE(last->start(40, true, false).isSuccess());
+    m_loop.start();
+    EXPECT_TRUE(eventually([&] { return m_runs >= 2; }));
+    m_loop.stop();
+    EXPECT_EQ(ticked, nullptr);
+    EXPECT_EQ(single, nullptr);
+}
+
+TEST_F(TimeoutEvent, FailsWithoutFallBackWhenPlacesOrDescriptorsRunOut)
+{
+    Timer timer = make();
+    rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit const none{0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    XCode const ownTimer = timer->start(1000, false, false);
+    XCode const ticker = timer->start(10, true, false);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(ownTimer.getRawValue(), 0x11000000u + EMFILE);
+    EXPECT_EQ(ticker.getRawValue(), 0x11000000u + EMFILE);
+
+    std::vector<Timer> others;
+    for (int i = 0; i < 64; i++)
+    {
+        others.push_back(make());
+        ASSERT_TRUE(others.back()->start(20, true, false).isSuccess());
+    }
+    EXPECT_EQ(timer->start(20, true, false).getRawValue(), 0x11000000u + ENOMEM);
+    EXPECT_EQ(timer->getTicker(), nullptr);
+    EXPECT_FALSE(timer->isEnabled());
+    others.pop_back();
+    EXPECT_TRUE(timer->start(20, true, false).isSuccess());
+}
+
+TEST_F(TimeoutEvent, DataRecordHandsItsValueToTheMethodAndEndsTheTimer)
+{
+    struct Owner
+    {
+        void onTimeout(int const& value) { sum += value; }
+
+        int sum = 0;
+    } owner;
+
+    auto* record = new ZKEventTimeoutData<Owner, int>(m_loop, EventPrio::LOW, owner, &Owner::onTimeout, 7);
+    ASSERT_TRUE(record->getEvent().start(10, true, true).isSuccess());
+    ZKTickerManager* const ticker = record->getEvent().getTicker();
+    ticker->onFileReady();
+    delete record;
+    ticker->onFileReady();
+    EXPECT_TRUE(m_loop.getQueue(EventPrio::LOW).processEvent()) << "its entry is still there";
+    EXPECT_EQ(owner.sum, 7);
+}
