@@ -16,8 +16,6 @@
 
 namespace
 {
-constexpr int FREE_ID = 2147480001; // far from those that are drawn and counted on
-
 String expectedName(ZKSemFifo const& semaphore)
 {
     return String::stringOfFormat("/tmp/semfifo_%d (%p)", semaphore.getId(), static_cast<void const*>(&semaphore));
@@ -63,19 +61,20 @@ TEST(SemFifo, ReachesOtherProcesses)
 TEST(SemFifo, PathThatIsNoFifoFailsWithALine)
 {
     CapturedSyslog log;
-    ZKSemFifo missing(FREE_ID, 1);
-    EXPECT_FALSE(ZKFile::EXISTS(ZKSemFifo::BUILD_FIFO_PATH(FREE_ID))) << "nothing is made in its place";
-    ZKFile regular(ZKSemFifo::BUILD_FIFO_PATH(FREE_ID), true, true);
+    int const id = 2000000000 + ::getpid(); // of no other test
+    String const path = ZKSemFifo::BUILD_FIFO_PATH(id);
+    ZKSemFifo missing(id, 1);
+    EXPECT_FALSE(ZKFile::EXISTS(path)) << "nothing is made in its place";
+    ZKFile regular(path, true, true);
     ASSERT_TRUE(regular.open(O_RDWR | O_CREAT, 0600, ZKFile::XO_NONE));
-    ZKSemFifo semaphore(FREE_ID, 0);
+    ZKSemFifo semaphore(id, 0);
     EXPECT_TRUE(semaphore.wait().isErr() && semaphore.signal().isErr());
-    EXPECT_EQ(log.lines(),
-              (std::vector<std::string>{
-                  "3 SEMFIFO 2147480001 CREATION FAILED: INTERNAL ERROR\n",
-                  "3 SEMFIFO 2147480001 CREATION FAILED: INTERNAL ERROR\n",
-                  "3 SEMFIFO 2147480001 WAIT FAILED: /tmp/semfifo_2147480001 (FD=-1): BAD FILE DESCRIPTOR (9)\n",
-                  "3 SEMFIFO 2147480001 SIGNAL FAILED: /tmp/semfifo_2147480001 (FD=-1): BAD FILE "
-                  "DESCRIPTOR (9)\n"}));
+
+    std::string const start = "3 SEMFIFO " + std::to_string(id);
+    std::string const end = std::string(" FAILED: ") + path.c_str() + " (FD=-1): BAD FILE DESCRIPTOR (9)\n";
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{start + " CREATION FAILED: INTERNAL ERROR\n",
+                                                     start + " CREATION FAILED: INTERNAL ERROR\n",
+                                                     start + " WAIT" + end, start + " SIGNAL" + end}));
 }
 
 TEST(SemFifo, IdsInUseAreNotGivenTwice)

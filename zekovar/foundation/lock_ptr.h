@@ -45,8 +45,8 @@ public:
     {
         if (!m_locked)
             return;
-        m_locked = false;
         ZK::Detail::unlockObject(*m_lock);
+        m_locked = false;
     }
 
     T* operator->() const

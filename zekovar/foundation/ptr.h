@@ -163,8 +163,9 @@ public:
 
     ~ZKPPtr() override
     {
-        if (T* const object = std::exchange(this->m_object, nullptr))
-            object->protectedRelease();
+        if (this->m_object != nullptr)
+            this->m_object->protectedRelease();
+        this->m_object = nullptr; // or the base would release it again
     }
 
     ZKLockPtr<T> getLock() const override { return lockPtr(); }
