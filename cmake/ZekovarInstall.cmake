@@ -16,9 +16,11 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zekovar-config-version.cm
 install(FILES ${PROJECT_BINARY_DIR}/zekovar-config.cmake ${PROJECT_BINARY_DIR}/zekovar-config-version.cmake
         DESTINATION ${ZEKOVAR_CMAKE_DIR} COMPONENT development)
 
+set(ZEKOVAR_PC_CFLAGS "")
 set(ZEKOVAR_PC_LIBS "")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     string(APPEND ZEKOVAR_PC_LIBS " -latomic")
+    set(ZEKOVAR_PC_CFLAGS " -D_FILE_OFFSET_BITS=64")
 endif()
 if(ZEKOVAR_WITH_JEMALLOC)
     string(APPEND ZEKOVAR_PC_LIBS " -Wl,--push-state,--no-as-needed,-ljemalloc,--pop-state")
