@@ -4,6 +4,7 @@
 #include "zekovar/events/event.h"
 #include "zekovar/events/event_loop.h"
 #include "zekovar/events/synchronized.h"
+#include "zekovar/threads/no_cancellation.h"
 #include "zekovar/threads/thread.h"
 
 #include <memory>
@@ -86,6 +87,7 @@ void ZKEventSync::unsynchronize()
     list->leaveLevel(target);
     if (list->isStopped(target))
         return;
+    ZK::Detail::NoCancellation const guard;
     m_hold.unlock();
     m_left.wait();
     m_serial.unlock();
@@ -107,6 +109,8 @@ void ZKEventSync::HANDLE_SYNC_EVENT(void* eventSync)
 
 XCode ZKEventSync::stopLoop()
 {
+    // a caller that was cancelled on the way would leave the loop standing for ever
+    ZK::Detail::NoCancellation const guard;
     onWait(0);
     XCode code = m_serial.lock();
     if (code.isSuccess())

@@ -49,7 +49,7 @@ public:
 
     void unlock() override { unsynchronize(); }
 
-    /// Blocks until the loop stands still, without limit. On failure the loop isn't held and a line goes to the system
+    /// Blocks until the loop stands still, without limit; a cancellation of the thread takes effect behind that. On failure the loop isn't held and a line goes to the system
     /// monitor: `XCODE_FAILURE` if the thread's list can't be stored, else the code of the failed lock or post.
     XCode synchronize();
 

@@ -197,16 +197,19 @@ void ZKEventLoopSupervisor::unregisterEventLoop(ZKEventLoop* loop)
 {
     if (loop == nullptr || s_gone)
         return;
+    String const name = loop->getUniqueName();
     std::unique_ptr<ZKEventTimeoutData<ZKEventLoopSupervisor, String>> heartbeat;
     {
         ZKAutoLock<ZKMutex> lock(m_mutex);
         decltype(m_loops)::Iterator entry;
-        if (!m_loops.get(loop->getUniqueName(), entry))
+        if (!m_loops.get(name, entry))
             return;
         heartbeat.reset(std::exchange(entry.value().heartbeat, nullptr));
         if (heartbeat == nullptr)
         {
-            waitUntilGone(*loop);
+            // unless it is this very thread that the other caller waits for
+            if (!isCurrentThreadSynchronizedTo(*loop))
+                waitUntilGone(name);
             return;
         }
     }
@@ -219,16 +222,13 @@ void ZKEventLoopSupervisor::unregisterEventLoop(ZKEventLoop* loop)
         heartbeat.reset();
     }
     ZKAutoLock<ZKMutex> lock(m_mutex);
-    m_loops.remove(loop->getUniqueName());
+    m_loops.remove(name);
     m_left.broadcast();
 }
 
-void ZKEventLoopSupervisor::waitUntilGone(ZKEventLoop& loop)
+void ZKEventLoopSupervisor::waitUntilGone(String const& uniqueName)
 {
-    // the other caller waits for this very thread
-    if (isCurrentThreadSynchronizedTo(loop))
-        return;
-    while (m_loops.contains(loop.getUniqueName()))
+    while (m_loops.contains(uniqueName))
         m_left.wait();
 }
 

@@ -97,7 +97,7 @@ private:
     ZKEventLoop* firstLoop();
 
     /// With the mutex held, waits until another thread's `unregisterEventLoop` has finished.
-    void waitUntilGone(ZKEventLoop& loop);
+    void waitUntilGone(String const& uniqueName);
 
     ZKMutex m_mutex; // guards m_loops and m_seconds; never held while waiting for a loop
     ZKStringHashTable<LoopStatus> m_loops;
