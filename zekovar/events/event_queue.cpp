@@ -1,6 +1,7 @@
 #include "zekovar/events/event_queue.h"
 
 #include "zekovar/events/event.h"
+#include "zekovar/events/event_clock.h"
 #include "zekovar/events/event_loop.h"
 #include "zekovar/threads/auto_lock.h"
 #include "zekovar/threads/backtrace.h"
@@ -18,6 +19,12 @@ uint64_t nanosecondsBetween(ZK::Time const& earlier, ZK::Time const& later)
     auto const seconds = static_cast<int64_t>(later.getSeconds()) - static_cast<int64_t>(earlier.getSeconds());
     auto const nanoseconds = static_cast<int64_t>(later.getNanoseconds()) - earlier.getNanoseconds();
     return static_cast<uint64_t>(seconds * 1000000000 + nanoseconds);
+}
+
+/// Never negative: two threads' readings may differ by a little.
+uint64_t millisecondsBetween(ZK::Time const& earlier, ZK::Time const& later)
+{
+    return static_cast<uint64_t>(std::max(later.millisecondsSince(earlier), 0LL));
 }
 
 /// For a figure that only the loop's thread raises, while other threads read and reset it.
@@ -70,10 +77,10 @@ XCode ZKEventQueue::addEvent(ZKEvent* event)
         return XCODE_FAILURE;
     EventInfo info;
     info.event = event;
-    info.added = ZK::Time::NOW(ZK::Time::Source::MONOTONIC);
+    info.added = ZK::Detail::eventTime();
     event->addRef();
     {
-        ZKAutoLock<ZKMutex> guard(m_mutex);
+        ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
         m_entries.push_back(info);
         onEventAdded(info);
     }
@@ -85,12 +92,12 @@ bool ZKEventQueue::takeFirst(EventInfo& info)
 {
     if (m_fillLevel.load(std::memory_order_relaxed) == 0)
         return false;
-    ZKAutoLock<ZKMutex> guard(m_mutex);
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
     if (m_entries.empty())
         return false;
     info = m_entries.front();
     m_entries.pop_front();
-    info.removed = ZK::Time::NOW(ZK::Time::Source::MONOTONIC);
+    info.removed = ZK::Detail::eventTime();
     onEventRemoved(info);
     return true;
 }
@@ -103,7 +110,7 @@ bool ZKEventQueue::processEvent()
     m_processing.store(true, std::memory_order_relaxed);
     info.event->process();
     m_processing.store(false, std::memory_order_relaxed);
-    info.processed = ZK::Time::NOW(ZK::Time::Source::MONOTONIC);
+    info.processed = ZK::Detail::eventTime();
     onProcessed(info);
     info.event->release();
     delete info.backtrace;
@@ -112,19 +119,19 @@ bool ZKEventQueue::processEvent()
 
 unsigned int ZKEventQueue::getFillLevel() const
 {
-    ZKAutoLock<ZKMutex> guard(m_mutex);
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
     return static_cast<unsigned int>(m_entries.size());
 }
 
 uint64_t ZKEventQueue::getAddedCount() const
 {
-    ZKAutoLock<ZKMutex> guard(m_mutex);
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
     return m_statistics.added;
 }
 
 uint64_t ZKEventQueue::getMaxFillLevel() const
 {
-    ZKAutoLock<ZKMutex> guard(m_mutex);
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
     return m_statistics.maxFillLevel;
 }
 
@@ -135,8 +142,8 @@ uint64_t ZKEventQueue::getProcessedCount() const
 
 void ZKEventQueue::getStatistics(Statistics& statistics)
 {
-    ZK::Time const now = ZK::Time::NOW(ZK::Time::Source::MONOTONIC);
-    ZKAutoLock<ZKMutex> guard(m_mutex);
+    ZK::Time const now = ZK::Detail::eventTime();
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
     updateLoadTime(now, m_entries.size());
     updateMaxFillLevel(m_entries.size());
     statistics.added = m_statistics.added;
@@ -182,7 +189,7 @@ void ZKEventQueue::onEventRemoved(EventInfo const& info)
     uint64_t const level = m_entries.size();
     m_statistics.removed++;
     updateLoadTime(info.removed, level + 1);
-    auto const milliseconds = static_cast<uint64_t>(info.removed.millisecondsSince(info.added));
+    uint64_t const milliseconds = millisecondsBetween(info.added, info.removed);
     m_statistics.queuingTime += milliseconds;
     m_statistics.maxQueuingTimeInterval = std::max(m_statistics.maxQueuingTimeInterval, milliseconds);
     m_fillLevel.store(static_cast<uint32_t>(level), std::memory_order_relaxed);
@@ -190,7 +197,7 @@ void ZKEventQueue::onEventRemoved(EventInfo const& info)
 
 void ZKEventQueue::onProcessed(EventInfo const& info)
 {
-    auto const milliseconds = static_cast<uint64_t>(info.processed.millisecondsSince(info.removed));
+    uint64_t const milliseconds = millisecondsBetween(info.removed, info.processed);
     SharedFigure(m_statistics.processed).add(1);
     SharedFigure(m_statistics.processingTime).add(milliseconds);
     SharedFigure(m_statistics.maxProcessingTimeInterval).raise(milliseconds);
@@ -204,8 +211,8 @@ void ZKEventQueue::updateMaxFillLevel(uint64_t level)
 
 void ZKEventQueue::updateLoadTime(ZK::Time const& now, uint64_t level)
 {
-    // A poster reads the clock before it takes the mutex, so `now` may lie a little before the last update: what is
-    // subtracted here modulo 2^64 is added again by the next update.
+    // Readings of different threads come in a little out of order: what is then subtracted here modulo 2^64 is added again
+    // by the next update.
     if (m_lastLoadUpdate.getSeconds() != 0)
         m_statistics.load += level * nanosecondsBetween(m_lastLoadUpdate, now);
     m_lastLoadUpdate = now;

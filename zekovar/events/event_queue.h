@@ -3,7 +3,7 @@
 #include "zekovar/foundation/string.h"
 #include "zekovar/foundation/time.h"
 #include "zekovar/foundation/xcode.h"
-#include "zekovar/threads/mutex.h"
+#include "zekovar/threads/mutex_private.h"
 
 #include <atomic>
 #include <cstdint>
@@ -20,7 +20,7 @@ class ZKEventLoop;
 class ZKEventQueue
 {
 public:
-    /// One entry, with the monotonic times of its life.
+    /// One entry, with the monotonic times of its life, each up to 50 microseconds early.
     struct EventInfo
     {
         ZKEvent* event = nullptr; ///< holds a reference
@@ -98,7 +98,8 @@ private:
     ZKEventLoop& m_loop;
     String m_name;
     unsigned int m_levelHint;
-    mutable ZKMutex m_mutex; // guards m_entries, m_lastLoadUpdate, and m_statistics but for the loop's own figures
+    mutable ZKMutexPrivate
+        m_mutex; // guards m_entries, m_lastLoadUpdate, and m_statistics but for the loop's own figures
     std::deque<EventInfo> m_entries;
     std::atomic<bool> m_processing;
     mutable Statistics
