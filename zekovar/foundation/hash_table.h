@@ -68,8 +68,9 @@ public:
         BasicIterator() = default;
 
         template <class M>
-
-        requires std::is_convertible_v<M*, N*> BasicIterator(BasicIterator<M> const& other) : m_node(other.m_node) {}
+        BasicIterator(BasicIterator<M> const& other) requires std::is_convertible_v<M*, N*> : m_node(other.m_node)
+        {
+        }
 
         N& operator*() const { return *m_node; }
 

@@ -113,7 +113,7 @@ public:
         uint64_t const capacity = (static_cast<uint64_t>(needed) / m_grain + 1) * m_grain;
         if (capacity <= m_capacity)
             return true;
-        if (capacity > UINT32_MAX || capacity > static_cast<uint64_t>(PTRDIFF_MAX) / sizeof(T))
+        if (capacity >= UINT32_MAX || capacity > static_cast<uint64_t>(PTRDIFF_MAX) / sizeof(T))
             return false;
         std::unique_ptr<T[]> elements(new (std::nothrow) T[static_cast<std::size_t>(capacity)]());
         if (!elements)

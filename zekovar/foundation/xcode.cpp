@@ -4,7 +4,6 @@
 #include "zekovar/foundation/string.h"
 
 #include <cstdarg>
-#include <cstring>
 #include <utility>
 
 struct XCode::Record
@@ -22,12 +21,8 @@ String describe(unsigned int rawValue)
     switch (rawValue & 0xFF000000)
     {
     case XCODE_ERRNO:
-    {
-        char buffer[128];
-        String description(strerror_r(number, buffer, sizeof(buffer)));
-        text.format("%s (%d)", description.toUpperCase().c_str(), number);
+        text.format("%s (%d)", String::stringOfErrno(number).toUpperCase().c_str(), number);
         break;
-    }
     case XCODE_HTTP:
         text.format("HTTP RESPONSE %d", number);
         break;

@@ -59,6 +59,7 @@ public:
         return *this;
     }
 
+    /// Swaps values and texts.
     XCode& operator=(XCode&& other) noexcept
     {
         uintptr_t const word = m_word;
