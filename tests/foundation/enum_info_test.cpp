@@ -2,25 +2,10 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-enum class Colour
-{
-    RED,
-    GREEN
-};
-}
-
-template <>
-char const* ZKEnumInfo<Colour>::VALUE_NAME(Colour value)
-{
-    static constexpr char const* NAMES[] = {"red", "green"};
-    return ZK::Detail::nameOfValue(NAMES, value);
-}
-
 TEST(EnumInfo, NumbersThatAreNoValueAreInvalid)
 {
-    EXPECT_STREQ(ZKEnumInfo<Colour>::VALUE_NAME(Colour::GREEN), "green");
-    EXPECT_STREQ(ZKEnumInfo<Colour>::VALUE_NAME(Colour(2)), "(invalid)");
-    EXPECT_STREQ(ZKEnumInfo<Colour>::VALUE_NAME(Colour(-1)), "(invalid)");
+    static constexpr char const* NAMES[] = {"red", "green"};
+    EXPECT_STREQ(ZK::Detail::nameOfValue(NAMES, 1), "green");
+    EXPECT_STREQ(ZK::Detail::nameOfValue(NAMES, 2), "(invalid)");
+    EXPECT_STREQ(ZK::Detail::nameOfValue(NAMES, -1), "(invalid)");
 }

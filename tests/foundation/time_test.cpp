@@ -16,11 +16,6 @@ String shortForm(time_t seconds, long nanoseconds, int maxParts, bool showFracti
 {
     return Time(seconds, nanoseconds).toString(Time::Format::SHORT, maxParts, showFraction);
 }
-
-String longForm(time_t seconds, int maxParts)
-{
-    return Time(seconds).toString(Time::Format::LONG, maxParts, true);
-}
 }
 
 TEST(Time, ReadsTheClockOfTheSource)
@@ -30,10 +25,9 @@ TEST(Time, ReadsTheClockOfTheSource)
     EXPECT_EQ(Time::SOURCE_TO_CLOCK_ID(Time::Source(3)), CLOCK_THREAD_CPUTIME_ID);
     EXPECT_EQ(Time::SOURCE_TO_CLOCK_ID(Time::Source(99)), CLOCK_MONOTONIC);
 
-    Time const before = Time::NOW(Time::Source::MONOTONIC);
-    Time after;
-    EXPECT_TRUE(after.now(Time::Source::MONOTONIC));
-    EXPECT_LE(before, after);
+    Time time;
+    EXPECT_TRUE(time.now(Time::Source::MONOTONIC));
+    EXPECT_LE(time, Time::NOW(Time::Source::MONOTONIC));
     EXPECT_GT(Time::NOW(Time::Source::REALTIME), Time(1600000000));
     EXPECT_GT(Time::RESOLUTION(Time::Source::REALTIME), Time());
 }
@@ -43,18 +37,14 @@ TEST(Time, MillisecondsCarryIntoTheSecondsAndStayAtTheLargest)
     Time time(10, 999000000);
     time += 1;
     EXPECT_EQ(time, Time(11, 0));
-    time += 2999;
-    EXPECT_EQ(time, Time(13, 999000000));
     time.addMilliseconds(0x7FFFFFFF);
-    EXPECT_EQ(time, Time(13 + 2147483 + 1, 646000000));
+    EXPECT_EQ(time, Time(11 + 2147483, 647000000));
+    time.addMilliseconds(-1);
+    EXPECT_GT(time.getSeconds(), 0x7FFFFFFE) << "a negative wait has no limit";
 
-    time_t const largest = std::numeric_limits<time_t>::max();
-    Time last(largest, 999999999);
-    last.addMilliseconds(1);
-    EXPECT_EQ(last.getSeconds(), largest);
-    Time deadline(100);
-    deadline.addMilliseconds(-1);
-    EXPECT_GT(deadline.getSeconds(), 0x7FFFFFFE) << "a negative wait has no limit";
+    time = Time(std::numeric_limits<time_t>::max(), 999999999);
+    time += 1;
+    EXPECT_EQ(time.getSeconds(), std::numeric_limits<time_t>::max());
 }
 
 TEST(Time, DifferencesAreWholeMillisecondsRoundedDown)
@@ -83,13 +73,13 @@ TEST(Time, SplitsIntoDaysAndTimeOfDay)
 TEST(Time, TextShowsUnitsFromTheFirstThatIsNotZero)
 {
     EXPECT_EQ(shortForm(DAY + 2 * 3600 + 3 * 60 + 4, 0, 4), "1d 2h 3m 4s");
-    EXPECT_EQ(longForm(DAY + 3600 + 60 + 1, 4), "1 day 1 hour 1 minute 1 seconds");
-    EXPECT_EQ(longForm(2 * DAY + 7200 + 120, 4), "2 days 2 hours 2 minutes");
-    EXPECT_EQ(shortForm(DAY + 2 * 3600 + 3 * 60 + 4, 0, 2), "1d 2h");
+    EXPECT_EQ(Time(DAY + 3600 + 60 + 1).toString(Time::Format::LONG, 4, true), "1 day 1 hour 1 minute 1 seconds");
+    EXPECT_EQ(Time(2 * DAY + 7200 + 120).toString(Time::Format::LONG, 4, true), "2 days 2 hours 2 minutes");
+    EXPECT_EQ(Time(0).toString(Time::Format::LONG, 4, true), "0 second");
+    EXPECT_EQ(shortForm(5, 0, 0), "0s");
     EXPECT_EQ(shortForm(3 * 60 + 4, 0, 1), "3m");
     EXPECT_EQ(shortForm(DAY + 5, 0, 3), "1d") << "zero hours and minutes take their places";
     EXPECT_EQ(shortForm(DAY + 5, 0, 4), "1d 5s");
-    EXPECT_EQ(shortForm(DAY + 60, 0, 2), "1d");
 }
 
 TEST(Time, TextShowsTheFractionAsFarAsPartsRemain)
@@ -98,17 +88,9 @@ TEST(Time, TextShowsTheFractionAsFarAsPartsRemain)
     EXPECT_EQ(shortForm(1, 500000000, 1), "1s");
     EXPECT_EQ(shortForm(1, 500000000, 9, false), "1s");
     EXPECT_EQ(shortForm(0, 2003000, 9), "0.002003s");
-    EXPECT_EQ(shortForm(0, 2003000, 1), "0.002s");
+    EXPECT_EQ(shortForm(0, 2003004, 1), "0.002s");
     EXPECT_EQ(shortForm(0, 2003004, 2), "0.002003s");
     EXPECT_EQ(shortForm(0, 2003004, 3), "0.002003004s");
     EXPECT_EQ(shortForm(0, 4, 1), "0.000000004s");
-    EXPECT_EQ(shortForm(0, 3000, 1), "0.000003s");
     EXPECT_EQ(shortForm(60, 5000000, 9), "1m 0.005s");
-}
-
-TEST(Time, TextOfNothingIsZero)
-{
-    EXPECT_EQ(longForm(0, 4), "0 second");
-    EXPECT_EQ(shortForm(5, 0, 0), "0s");
-    EXPECT_EQ(shortForm(5, 0, -1), "0s");
 }
