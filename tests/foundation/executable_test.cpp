@@ -40,6 +40,7 @@ public:
         stack_t stack{};
         sigaltstack(nullptr, &stack);
         isOnSignalStack = (stack.ss_flags & SS_ONSTACK) != 0;
+        errno = ERANGE;
     }
 
     int handleException(int signalNumber) override
@@ -91,7 +92,8 @@ TEST(Executable, EveryQuitSignalReachesTheDaemonWhileItLives)
             EXPECT_TRUE(daemon.isOnSignalStack);
             raise(SIGTERM);
             EXPECT_FALSE(daemon.isOnSignalStack) << "armed again, for the normal stack";
-            for (int signalNumber : {SIGHUP, SIGINT, SIGPIPE, SIGUSR1, SIGIO, SIGPWR, SIGTERM})
+            for (int signalNumber : {SIGHUP, SIGQUIT, SIGTSTP, SIGINT, SIGTERM, SIGPIPE, SIGALRM, SIGUSR1, SIGTTIN,
+                                     SIGTTOU, SIGIO, SIGPROF, SIGTRAP, SIGVTALRM, SIGXCPU, SIGXFSZ, SIGSTKFLT, SIGPWR})
             {
                 errno = EPERM;
                 raise(signalNumber);
