@@ -56,7 +56,6 @@ TEST(EventDataqueue, WaitsForTheDelayAndDropsWhatIsUnderWayAtItsEnd)
         EXPECT_TRUE(queue.set("later", 30).isSuccess());
         EXPECT_TRUE(queue.set("now", 0).isSuccess());
         loop.onTrigger();
-        EXPECT_EQ(owner.count, 1);
         loop.start();
         ASSERT_TRUE(eventually([&] { return owner.count == 2; }));
         loop.stop();

@@ -67,8 +67,7 @@ TEST(EventLoop, TakesEachPostOfAnEventAsOneCall)
     Task task(loop, EventPrio::NORMAL, [&] { pendingInside.push_back(task->getPending()); });
 
     EXPECT_TRUE(task->set().isSuccess());
-    EXPECT_TRUE(task->setIfNotPending().isSuccess());
-    EXPECT_EQ(task->getPending(), 1u) << "it was pending";
+    EXPECT_TRUE(task->setIfNotPending().isSuccess()) << "does nothing";
     task->set();
     EXPECT_EQ(task->getPending(), 2u);
     ASSERT_TRUE(loop.handleAll());
@@ -76,7 +75,6 @@ TEST(EventLoop, TakesEachPostOfAnEventAsOneCall)
     ASSERT_TRUE(loop.handleAll());
     loop.stop();
     EXPECT_EQ(pendingInside, (std::vector<uint32_t>{1, 0, 0}));
-    EXPECT_EQ(&task->eventLoop(), &loop);
 }
 
 TEST(EventLoop, DestroyedEventLivesUntilItsEntryIsTakenAndIsNotHandled)
@@ -135,7 +133,6 @@ TEST(EventLoop, StatisticsAddUpAndStartANewIntervalWhenRead)
     queue.getStatistics(first);
     EXPECT_EQ(first.added, 5u);
     EXPECT_EQ(first.removed, 5u);
-    EXPECT_EQ(first.processed, 5u);
     EXPECT_EQ(first.maxFillLevel, 5u);
     EXPECT_EQ(first.maxFillLevelInterval, 5u);
     EXPECT_GE(first.processingTime, 15u);
@@ -147,9 +144,7 @@ TEST(EventLoop, StatisticsAddUpAndStartANewIntervalWhenRead)
     ZKEventQueue::Statistics second;
     queue.getStatistics(second);
     EXPECT_EQ(second.maxFillLevel, 5u);
-    EXPECT_EQ(second.maxFillLevelInterval, 0u);
-    EXPECT_EQ(second.maxQueuingTimeInterval, 0u);
-    EXPECT_EQ(second.maxProcessingTimeInterval, 0u);
+    EXPECT_EQ(second.maxFillLevelInterval + second.maxQueuingTimeInterval + second.maxProcessingTimeInterval, 0u);
     EXPECT_EQ(second.processingTime, first.processingTime);
 }
 
@@ -285,15 +280,10 @@ TEST(EventLoop, HasAUniqueNameThatCountsOn)
 {
     TestLoop first;
     TestLoop second;
-    auto const numberOf = [](TestLoop const& loop)
-    {
-        EXPECT_EQ(loop.getUniqueName().length(), 13);
-        EXPECT_TRUE(loop.getUniqueName().startsWith("Test-"));
-        return static_cast<uint32_t>(std::strtoul(loop.getUniqueName().c_str() + 5, nullptr, 16));
-    };
-    EXPECT_GE(numberOf(first), 0xABAD1DEAu);
-    EXPECT_EQ(numberOf(second), numberOf(first) + 1);
-    EXPECT_EQ(first.getName(), "Test");
+    uint32_t const number = static_cast<uint32_t>(std::strtoul(first.getUniqueName().c_str() + 5, nullptr, 16));
+    EXPECT_GE(number, 0xABAD1DEAu);
+    EXPECT_EQ(first.getUniqueName(), String::stringOfFormat("Test-%8.8x", number));
+    EXPECT_EQ(second.getUniqueName(), String::stringOfFormat("Test-%8.8x", number + 1));
 }
 
 TEST(EventLoop, PostAfterAFailedWakeUpWakesTheLoopForBoth)
@@ -363,29 +353,31 @@ TEST(EventLoop, LeavesNoDescriptorBehindAndHasThemAllCloseOnExec)
     EXPECT_EQ(openDescriptors(), before);
 }
 
+TEST(EventQueue, NamesTheHandlerOfAnEntry)
+{
+    TestLoop loop;
+    ZKEventQueue::EventInfo info;
+    EXPECT_EQ(ZKEventQueue::GET_HANDLE_INFO(info), "");
+    info.event = new ZKEvent(loop, EventPrio::LOW, &ZKEventLoop::ON_TRIGGER, &loop);
+    EXPECT_TRUE(ZKEventQueue::GET_HANDLE_INFO(info).endsWith(" -> ZKEventLoop::ON_TRIGGER(void*)"));
+    info.event->destroy();
+}
+
 TEST(StandardLoops, RunUnderTheirNamesWithTheirTicks)
 {
-    struct Expected
+    auto const expectLoop = [](ZKEventLoop& loop, char const* name, unsigned int fine)
     {
-        ZKEventLoop& loop;
-        char const* name;
-        unsigned int fine;
-        unsigned int coarse;
-        unsigned int longest;
+        EXPECT_EQ(loop.getName(), name);
+        EXPECT_FALSE(loop.isStopped());
+        EXPECT_EQ(loop.getTickerManager(10 * fine - 1)->getResolution(), fine);
+        EXPECT_EQ(loop.getTickerManager(10 * fine)->getResolution(), 10 * fine);
+        EXPECT_EQ(loop.getTickerManager(100 * fine)->getResolution(), 10 * fine);
+        EXPECT_EQ(loop.getTickerManager(100 * fine + 1), nullptr);
     };
-
-    for (Expected const& expected :
-         {Expected{CONFIG::INSTANCE(), "Config", 1000, 10000, 100000},
-          Expected{CRIT::INSTANCE(), "Crit", 100, 1000, 10000}, Expected{IO::INSTANCE(), "IO", 100, 1000, 10000},
-          Expected{MGMT::INSTANCE(), "Mgmt", 1000, 10000, 100000}})
-    {
-        EXPECT_EQ(expected.loop.getName(), expected.name);
-        EXPECT_FALSE(expected.loop.isStopped());
-        EXPECT_EQ(expected.loop.getTickerManager(expected.coarse - 1)->getResolution(), expected.fine);
-        EXPECT_EQ(expected.loop.getTickerManager(expected.coarse)->getResolution(), expected.coarse);
-        EXPECT_EQ(expected.loop.getTickerManager(expected.longest)->getResolution(), expected.coarse);
-        EXPECT_EQ(expected.loop.getTickerManager(expected.longest + 1), nullptr);
-    }
+    expectLoop(CONFIG::INSTANCE(), "Config", 1000);
+    expectLoop(CRIT::INSTANCE(), "Crit", 100);
+    expectLoop(IO::INSTANCE(), "IO", 100);
+    expectLoop(MGMT::INSTANCE(), "Mgmt", 1000);
     EXPECT_EQ(CRIT::INSTANCE().getAsyncContext().loop, &CRIT::INSTANCE());
     EXPECT_EQ(IO::INSTANCE().getSyncContext().type, ZK::FunctionContext::Type::SYNC);
     EXPECT_EQ(MGMT::INSTANCE().getDirectContext().type, ZK::FunctionContext::Type::DIRECT);

@@ -63,38 +63,29 @@ void appendHangup(void* text)
 }
 }
 
-TEST(FileQueue, TellsReadThenWriteThenHangup)
+TEST(FileQueue, TellsReadThenWriteThenHangupAndSkipsWhatARemovedObserverMisses)
 {
     TestLoop loop;
-    Line line;
-    Witness witness(loop, line.near, ZK::FileObserver::READ_WRITE);
-    EXPECT_FALSE(line.near.isBlocking());
-    line.far.write("x", true);
-    line.far.close();
-
-    loop.getFileQueue().waitForFileActivity();
-    EXPECT_EQ(witness.calls, "rwh");
-    EXPECT_EQ(loop.getFileQueue().getProcessedEvents(), 1u);
-    EXPECT_EQ(loop.getFileQueue().getObserverCount(), 2u) << "the loop's own pipe is the other";
-}
-
-TEST(FileQueue, SkipsWhatIsDueToAnObserverThatRemovedItself)
-{
-    TestLoop loop;
-    Line line;
-    Witness witness(loop, line.near, ZK::FileObserver::READ_WRITE);
-    witness.onRead = [&] { witness.disable(); };
-    line.far.write("x", true);
-    line.far.close();
-
     ZKFileQueue& queue = loop.getFileQueue();
+    Line lines[2];
+    Witness full(loop, lines[0].near, ZK::FileObserver::READ_WRITE);
+    Witness leaver(loop, lines[1].near, ZK::FileObserver::READ_WRITE);
+    leaver.onRead = [&] { leaver.disable(); };
+    EXPECT_FALSE(lines[0].near.isBlocking());
+    EXPECT_EQ(queue.getObserverCount(), 3u) << "the loop's own pipe is the third";
+    for (Line& line : lines)
+    {
+        line.far.write("x", true);
+        line.far.close();
+    }
     queue.waitForFileActivity();
-    EXPECT_EQ(witness.calls, "r");
+    EXPECT_EQ(full.calls, "rwh");
+    EXPECT_EQ(leaver.calls, "r");
     EXPECT_EQ(queue.getSkippedWrite(), 1u);
     EXPECT_EQ(queue.getSkippedHangup(), 1u);
-    EXPECT_EQ(queue.getSkippedRead(), 0u);
-    EXPECT_EQ(queue.getSkippedError(), 0u);
-    EXPECT_EQ(queue.getObserverCount(), 1u);
+    EXPECT_EQ(queue.getSkippedRead() + queue.getSkippedError(), 0u);
+    EXPECT_EQ(queue.getProcessedEvents(), 2u);
+    EXPECT_EQ(queue.getObserverCount(), 2u);
 }
 
 TEST(FileQueue, DropsTheEntryOfAnObserverThatAnotherOneDeletes)
@@ -126,15 +117,12 @@ TEST(FileObserver, AsksForTheEventsOfItsTypeEdgeTriggered)
 {
     TestLoop loop;
     ZK::FileObserver observer(loop);
-    auto const maskOf = [&](int type)
+    uint32_t const masks[] = {8209, 8212, 8213, 0};
+    for (int type = 0; type < 4; ++type)
     {
         observer.prepare(ZKFile(), static_cast<ZK::FileObserver::Type>(type));
-        return static_cast<uint32_t>(observer.getObservedFileEpollEvent().events);
-    };
-    EXPECT_EQ(maskOf(0), 0x80000000u + 8209);
-    EXPECT_EQ(maskOf(1), 0x80000000u + 8212);
-    EXPECT_EQ(maskOf(2), 0x80000000u + 8213);
-    EXPECT_EQ(maskOf(3), 0x80000000u);
+        EXPECT_EQ(uint32_t{observer.getObservedFileEpollEvent().events}, 0x80000000u + masks[type]);
+    }
 }
 
 TEST(FileObserver, RefusesAClosedFileWhereThePlainOneTakesIt)
@@ -152,12 +140,11 @@ TEST(FileObserver, RefusesAClosedFileWhereThePlainOneTakesIt)
     EXPECT_EQ(queue.getObserverCount(), 2u) << "counted although the kernel refused it";
     EXPECT_EQ(queue.addFileObserver(&plain).getRawValue(), unsigned{XCODE_ERRNO} + EBADF);
     EXPECT_EQ(queue.addFileObserver(nullptr).getValue(), XCODE_FAILURE);
-    queue.removeFileObserver(&plain);
     queue.removeFileObserver(nullptr);
+    queue.removeFileObserver(&plain);
     plain.disable();
     plain.disable();
     EXPECT_EQ(queue.getObserverCount(), 1u);
-    EXPECT_TRUE(queue.getLockName().startsWith("Test.fds (0x"));
 }
 
 TEST(FileObserver, PlainOneTakesWriteReadyAsReadyAndMovesToAnotherFile)
@@ -171,7 +158,6 @@ TEST(FileObserver, PlainOneTakesWriteReadyAsReadyAndMovesToAnotherFile)
     EXPECT_EQ(calls, "x");
 
     EXPECT_TRUE(observer.enable(other.near, _ZKFileObserver::READ).isSuccess());
-    EXPECT_EQ(observer.getObservedFile().getFd(), other.near.getFd());
     line.far.close();
     other.far.close();
     loop.getFileQueue().waitForFileActivity();

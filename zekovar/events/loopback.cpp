@@ -37,7 +37,9 @@ void ZKFileObserverLoopback::onFileReady()
     {
         char bytes[64];
         unsigned int count = 0;
-        XCode const code = m_file.readOnce(bytes, sizeof(bytes), count, true);
+        XCode code = m_file.readOnce(bytes, sizeof(bytes), count, true);
+        if (code.isSuccess() && count == 0)
+            code = XCODE_FAILURE; // the end of the input, which only a write end closed behind our back brings about
         for (unsigned int i = 0; i < count; ++i)
             onTrigger();
         if (code.isErr() && code != ZK::Detail::codeOfErrno(EAGAIN))
