@@ -1,0 +1,136 @@
+#include "gatewayd.h"
+
+#include "console.h"
+#include "workbench.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <getopt.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr char END_OF_OPTIONS = static_cast<char>(0xff);
+
+option s_longOptions[] = {{"help", no_argument, nullptr, 'h'},
+                          {"name", required_argument, nullptr, 'n'},
+                          {"loop", required_argument, nullptr, 'l'},
+                          {"stderr", no_argument, nullptr, 'e'},
+                          {nullptr, 0, nullptr, 0}};
+
+constexpr char const* HELP =
+    "usage: gatewayd [options]\n"
+    "Shows the zekovar runtime at work, by commands from standard input.\n"
+    "\n"
+    "  -h, --help           shows this text\n"
+    "  -n, --name NAME      the daemon's name in the system log (default: gatewayd)\n"
+    "  -l, --loop LOOP      the loop that the commands work on: config, crit, io or mgmt (default: io)\n"
+    "  -e, --stderr         shows the lines of the system log on standard error, too\n";
+}
+
+Gatewayd::Gatewayd()
+    : ZKExecutable("hn:l:e", s_longOptions), m_signalReadEnd(-1, true, false), m_signalWriteEnd(-1, true, false)
+{
+    // made before any signal is taken over, so that the handler always finds it
+    if (XCode code = ZKFile::CREATE_PIPE(m_signalReadEnd, m_signalWriteEnd, true); code.isErr())
+    {
+        std::fprintf(stderr, "gatewayd: no pipe for the signals: %s\n", code.toString().c_str());
+    }
+    m_signalWriteEnd.setBlocking(false);
+}
+
+XCode Gatewayd::parseArgument(char option, String const& value)
+{
+    switch (option)
+    {
+    case END_OF_OPTIONS:
+        break;
+    case 'h':
+        m_mode = Mode::SHOW_HELP;
+        break;
+    case 'n':
+        m_identity = value;
+        break;
+    case 'l':
+        m_loop = value.lowerCase();
+        break;
+    case 'e':
+        m_logToStandardError = true;
+        break;
+    default:
+        // getopt_long has named the culprit on standard error
+        m_mode = Mode::REFUSE;
+        break;
+    }
+    return XCODE_SUCCESS;
+}
+
+int Gatewayd::run()
+{
+    if (m_mode == Mode::SHOW_HELP)
+    {
+        std::fputs(HELP, stdout);
+        return 0;
+    }
+    if (m_mode == Mode::SERVE && optind < getArgc())
+    {
+        std::fprintf(stderr, "gatewayd: unexpected argument '%s'\n", getArgv()[optind]);
+        m_mode = Mode::REFUSE;
+    }
+    if (m_mode == Mode::SERVE && m_loop != "config" && m_loop != "crit" && m_loop != "io" && m_loop != "mgmt")
+    {
+        std::fprintf(stderr, "gatewayd: no loop '%s': config, crit, io or mgmt\n", m_loop.c_str());
+        m_mode = Mode::REFUSE;
+    }
+    if (m_mode == Mode::REFUSE)
+    {
+        std::fputs("Try 'gatewayd --help'.\n", stderr);
+        return 2;
+    }
+    return serve();
+}
+
+int Gatewayd::serve()
+{
+    if (m_identity.isEmpty())
+    {
+        m_identity = getName().isEmpty() ? String("gatewayd") : getName();
+    }
+    openlog(m_identity.c_str(), LOG_PID | (m_logToStandardError ? LOG_PERROR : 0), LOG_DAEMON);
+    syslog(LOG_INFO, "starts on the %s loop", m_loop.c_str());
+
+    Console console(m_signalReadEnd);
+    Workbench workbench(chosenLoop(), console);
+    console.serve(workbench);
+
+    syslog(LOG_INFO, "ends: %s", console.reasonOfEnd().c_str());
+    closelog();
+    return 0;
+}
+
+ZKEventLoop& Gatewayd::chosenLoop() const
+{
+    if (m_loop == "config")
+    {
+        return CONFIG::INSTANCE();
+    }
+    if (m_loop == "crit")
+    {
+        return CRIT::INSTANCE();
+    }
+    if (m_loop == "mgmt")
+    {
+        return MGMT::INSTANCE();
+    }
+    return IO::INSTANCE();
+}
+
+void Gatewayd::onQuitSignal(int signal)
+{
+    int const savedErrno = errno;
+    char const number = static_cast<char>(signal);
+    // a full pipe already holds more signals than the console will look at
+    [[maybe_unused]] ssize_t const written = write(m_signalWriteEnd.getFd(), &number, 1);
+    errno = savedErrno;
+}
