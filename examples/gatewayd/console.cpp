@@ -2,6 +2,7 @@
 
 #include "workbench.h"
 
+#include <cerrno>
 #include <csignal>
 #include <unistd.h>
 
@@ -24,7 +25,7 @@ Console::Console(ZKFile const& signals)
       m_canBeWatched(canBeWatched(m_input)),
       m_wasBlocking(m_input.isBlocking()),
       m_signals(signals),
-      m_inputObserver(m_loop, &Console::ON_INPUT, this, nullptr),
+      m_inputObserver(m_loop, &Console::ON_INPUT, this, &Console::ON_INPUT),
       m_signalObserver(m_loop, &Console::ON_SIGNAL, this, nullptr),
       m_inputTurn(new ZKEvent(m_loop, EventPrio::NORMAL, &Console::ON_INPUT, this)),
       m_pauseTimer(new _ZKTimeoutEvent(m_loop, EventPrio::NORMAL, &Console::ON_PAUSE_OVER, this)),
@@ -131,7 +132,7 @@ void Console::readInput()
         char buffer[1024];
         unsigned int count = 0;
         XCode const code = m_input.readOnce(buffer, sizeof(buffer), count, true);
-        if (code == XCode(ZK::Detail::codeOfErrno(EAGAIN)))
+        if (code.getValue() == XCODE_ERRNO + EAGAIN)
         {
             return;
         }

@@ -1,0 +1,101 @@
+#!/bin/sh
+# usage: console_test.sh COMMAND...   COMMAND runs gatewayd, through an emulator maybe.
+# Drives the daemon as an operator's script does and checks its answers and its end.
+set -u
+dir=$(mktemp -d) || exit 1
+trap 'rm -rf "$dir"' EXIT
+failures=0
+
+fail()
+{
+    echo "FAILED: $*"
+    sed 's/^/    /' "$dir/out"
+    failures=$((failures + 1))
+}
+
+# expect NAME PATTERN...: each pattern stands in the output
+expect()
+{
+    name=$1
+    shift
+    for pattern in "$@"; do
+        grep -q -- "$pattern" "$dir/out" || fail "$name: no line with '$pattern'"
+    done
+}
+
+# await PATTERN: waits until the output holds the pattern
+await()
+{
+    tries=0
+    until grep -q -- "$1" "$dir/out" 2>/dev/null; do
+        tries=$((tries + 1))
+        [ $tries -lt 600 ] || { fail "no '$1' within a minute"; return; }
+        sleep 0.1
+    done
+}
+
+# a script from a file, which epoll can't watch, without a line end at its end
+printf 'frobnicate\ntimer soon\npost high\nhelp me\n\n  post low  two words \npost urgent x\ntimers' >"$dir/script"
+"$@" <"$dir/script" >"$dir/out" 2>&1 || fail "script: status $?"
+expect script "^no command 'frobnicate'" "^timer: MS is a number" "^post: it takes a priority and a text (usage: post high|normal|low TEXT)" \
+    "^help: it takes no argument" "priority low, on thread IO: two words$" "^no timers" "^gatewayd ends: end of input"
+
+# priorities behind a blocked loop, and timers; the end of the input waits for what has been posted
+mkfifo "$dir/in"
+"$@" --loop mgmt <"$dir/in" >"$dir/out" 2>&1 &
+daemon=$!
+exec 3>"$dir/in"
+printf 'block 1\nwait 300\npost low c\npost normal b\npost high a\n' >&3
+await 'normal, on thread Mgmt: b'
+await 'low, on thread Mgmt: c'
+printf 'timer 1 one-shot\ntimer 60000 periodic never\n' >&3
+await 'timer 1, run 1, on thread Mgmt: one-shot'
+await 'timer 1 is gone'
+printf 'cancel 1\ncancel 2\n' >&3
+await 'timer 2 is gone'
+exec 3>&-
+wait $daemon || fail "pipe: status $?"
+order=$(sed -n 's/.*priority .* on thread Mgmt: \([abc]\)$/\1/p' "$dir/out" | tr -d '\n')
+[ "$order" = abc ] || fail "pipe: order '$order'"
+expect pipe "^no timer 1, 'timers' lists them" '^gatewayd ends: end of input'
+
+# the synchronisation and the signal, each on its thread
+printf 'sync\nwait 300\nsignal\n' | "$@" --loop crit >"$dir/out" 2>&1 || fail "threads: status $?"
+expect threads 'before: thread Synchroniser is not synchronised to Crit' 'stands: thread Synchroniser is synchronised to Crit' \
+    'after: thread Synchroniser is not synchronised to Crit' "direct slot on thread Emitter" "sync slot on thread Emitter" \
+    "async slot on thread Crit"
+
+# the reports show a blocked loop and a contended lock while they last; SIGTERM cuts both short, a second one does no harm
+"$@" --loop config <"$dir/in" >"$dir/out" 2>&1 &
+daemon=$!
+exec 3>"$dir/in"
+printf 'block 600\nlock 600\n' >&3
+await 'thread Lock holder holds the lock'
+tries=0
+until grep -q 'waiting for [1-9][0-9]* s' "$dir/out" && grep -q '! Config: EVENT LOOP IS BLOCKED' "$dir/out"; do
+    printf 'threads\nloops\nwait 500\n' >&3
+    sleep 1
+    tries=$((tries + 1))
+    [ $tries -lt 60 ] || { fail "the reports don't show what is blocked"; break; }
+done
+expect reports '^Lock holder (' '^ - waiting for mutex 0x' 'Lock holder ([0-9]*) is holding the mutex' '^Thread backtraces:'
+kill -TERM $daemon
+kill -TERM $daemon 2>/dev/null
+exec 3>&-
+wait $daemon || fail "SIGTERM: status $?"
+expect SIGTERM '^gatewayd ends: Terminated'
+
+# command lines
+"$@" --help </dev/null >"$dir/out" 2>&1 || fail "--help: status $?"
+expect --help '^usage: gatewayd'
+for wrong in --no-such-option '--loop nowhere' '--name' 'argument'; do
+    # shellcheck disable=SC2086
+    "$@" $wrong </dev/null >"$dir/out" 2>&1
+    [ $? -eq 2 ] || fail "$wrong: status isn't 2"
+    expect "$wrong" "Try 'gatewayd --help'"
+done
+"$@" --name probe --stderr </dev/null >"$dir/out" 2>&1 || fail "--stderr: status $?"
+expect --stderr '^probe\[[0-9]*\]: ends: end of input'
+
+[ $failures -eq 0 ] && echo "gatewayd: all as expected"
+exit $failures
