@@ -1,4 +1,5 @@
-// String beside std::string, snprintf and std::to_string. Text comes from arrays that the compiler can't see through.
+// String beside std::string, snprintf, std::to_string and, where found, QString, which holds UTF-16 and shares its text
+// between copies. Text comes from arrays that the compiler can't see through.
 
 #include "zekovar/foundation/string.h"
 
@@ -7,6 +8,10 @@
 #include <cstdio>
 #include <string>
 #include <type_traits>
+
+#ifdef ZEKOVAR_BENCH_HAS_QT
+#include <QString>
+#endif
 
 namespace
 {
@@ -222,6 +227,60 @@ void numberSnprintf(benchmark::State& state)
         benchmark::DoNotOptimize(text);
     }
 }
+
+#ifdef ZEKOVAR_BENCH_HAS_QT
+
+void findQt(benchmark::State& state)
+{
+    QString const text(haystack().c_str());
+    QString const what("key39=");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(text.indexOf(what));
+}
+
+void replaceQt(benchmark::State& state)
+{
+    QString const text(haystack().c_str());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(QString(text).replace(";", "\r\n"));
+}
+
+void formatQt(benchmark::State& state)
+{
+    for (auto _ : state)
+    {
+        QString text = QString::asprintf("[%s] %d: %s", SHORT_TEXT, 1234, LONG_TEXT);
+        benchmark::DoNotOptimize(text);
+    }
+}
+
+template <class T>
+void numberQt(benchmark::State& state)
+{
+    T const* const values = numbers<T>();
+    unsigned int i = 0;
+    for (auto _ : state)
+    {
+        QString text = QString::number(values[i++ % 64]);
+        benchmark::DoNotOptimize(text);
+    }
+}
+
+BENCHMARK_TEMPLATE(construct, QString)->Name("Text/Construct/QString")->Arg(0)->Arg(3)->Arg(7)->Arg(64);
+BENCHMARK_TEMPLATE(copy, QString)->Name("Text/Copy/QString")->Arg(3)->Arg(7)->Arg(64);
+BENCHMARK_TEMPLATE(move, QString)->Name("Text/Move/QString")->Arg(7)->Arg(64);
+BENCHMARK_TEMPLATE(append, QString)->Name("Text/Append/QString")->DenseRange(1, 7)->Arg(64);
+BENCHMARK_TEMPLATE(appendText, QString)->Name("Text/AppendText/QString")->Arg(3)->Arg(7)->Arg(64);
+BENCHMARK_TEMPLATE(appendCharacters, QString)->Name("Text/AppendCharacters/QString")->Arg(1)->Arg(7)->Arg(64);
+BENCHMARK(findQt)->Name("Text/Find/QString");
+BENCHMARK(replaceQt)->Name("Text/Replace/QString");
+BENCHMARK(formatQt)->Name("Text/Format/QString");
+BENCHMARK_TEMPLATE(numberQt, int)->Name("Text/Number/int/QString");
+BENCHMARK_TEMPLATE(numberQt, unsigned int)->Name("Text/Number/unsigned/QString");
+BENCHMARK_TEMPLATE(numberQt, long long)->Name("Text/Number/longlong/QString");
+BENCHMARK_TEMPLATE(numberQt, double)->Name("Text/Number/double/QString");
+
+#endif
 
 BENCHMARK_TEMPLATE(construct, String)->Name("Text/Construct/String")->Arg(0)->Arg(3)->Arg(7)->Arg(64);
 BENCHMARK_TEMPLATE(construct, std::string)->Name("Text/Construct/std")->Arg(0)->Arg(3)->Arg(7)->Arg(64);
