@@ -64,7 +64,7 @@ enum DumpFlag : unsigned int
 void addDumpCharacters(String& result, char const* row, int count, bool aligned)
 {
     int const missing = DUMP_WIDTH - count;
-    int const width = aligned && missing > 0 ? 3 * missing + (count < DUMP_HALF ? 2 : 1) : 1;
+    int const width = aligned ? 3 * missing + (count < DUMP_HALF ? 2 : 1) : 1;
     for (int i = 1; i < width; ++i)
         result += ' ';
     result += '|';
@@ -167,10 +167,10 @@ String String::toHex() const
 
 String String::stringOfHex(String const& digits)
 {
+    int const most = digits.length() / 2;
     String result;
-    if (digits.length() % 2 != 0)
+    if (digits.length() % 2 != 0 || result.reserve(most).capacity() < most)
         return result;
-    result.reserve(digits.length() / 2);
     for (int i = 0; i < digits.length(); i += 2)
     {
         int const high = hexValue(digits[i]);
