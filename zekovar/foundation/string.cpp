@@ -56,10 +56,14 @@ String& String::internalAssign(char const* text, std::size_t size)
         m_store.setLength(static_cast<int>(size));
         return *this;
     }
-    Store grown;
-    grown.init(text, size);
-    if (grown.length() != 0)
-        m_store.swap(grown);
+    if (size > static_cast<std::size_t>(Store::MAX_LENGTH))
+        return *this;
+    Store::Buffer const grown = Store::ALLOCATE(static_cast<int>(size));
+    if (grown.text != nullptr)
+    {
+        std::memcpy(grown.text, text, size);
+        m_store.adopt(grown, static_cast<int>(size));
+    }
     return *this;
 }
 
@@ -84,27 +88,26 @@ String& String::reserve(int length)
 {
     if (length <= capacity())
         return *this;
-    Store grown;
-    if (char* const target = grown.alloc(length))
+    Store::Buffer const grown = Store::ALLOCATE(length);
+    if (grown.text != nullptr)
     {
-        std::memcpy(target, c_str(), static_cast<std::size_t>(this->length()));
-        grown.setLength(this->length());
-        m_store.swap(grown);
+        std::memcpy(grown.text, c_str(), static_cast<std::size_t>(this->length()));
+        m_store.adopt(grown, this->length());
     }
     return *this;
 }
 
 bool String::native_alloc(int length)
 {
-    if (length > capacity())
+    if (length <= capacity())
     {
-        Store grown;
-        if (grown.alloc(length) == nullptr)
-            return false;
-        m_store.swap(grown);
+        m_store.setLength(std::max(length, 0));
+        return true;
     }
-    m_store.setLength(std::max(length, 0));
-    return true;
+    Store::Buffer const grown = Store::ALLOCATE(length);
+    if (grown.text != nullptr)
+        m_store.adopt(grown, length);
+    return grown.text != nullptr;
 }
 
 int String::getChars(int start, int end, char* target) const
@@ -136,12 +139,12 @@ String& String::concatLong(char const* text, int count)
         m_store.setLength(oldLength + count);
         return *this;
     }
-    Store grown;
-    if (char* const target = grown.alloc(oldLength + count))
+    Store::Buffer const grown = Store::ALLOCATE(oldLength + count);
+    if (grown.text != nullptr)
     {
-        std::memcpy(target, c_str(), static_cast<std::size_t>(oldLength));
-        std::memcpy(target + oldLength, text, static_cast<std::size_t>(count));
-        m_store.swap(grown);
+        std::memcpy(grown.text, c_str(), static_cast<std::size_t>(oldLength));
+        std::memcpy(grown.text + oldLength, text, static_cast<std::size_t>(count));
+        m_store.adopt(grown, oldLength + count);
     }
     return *this;
 }
@@ -173,13 +176,13 @@ String& String::internalInsert(int index, char const* text, int count)
     int const tail = oldLength - index;
     if (count > capacity() - oldLength)
     {
-        Store grown;
-        if (char* const target = grown.alloc(oldLength + count))
+        Store::Buffer const grown = Store::ALLOCATE(oldLength + count);
+        if (grown.text != nullptr)
         {
-            std::memcpy(target, c_str(), static_cast<std::size_t>(index));
-            std::memcpy(target + index, text, static_cast<std::size_t>(count));
-            std::memcpy(target + index + count, c_str() + index, static_cast<std::size_t>(tail));
-            m_store.swap(grown);
+            std::memcpy(grown.text, c_str(), static_cast<std::size_t>(index));
+            std::memcpy(grown.text + index, text, static_cast<std::size_t>(count));
+            std::memcpy(grown.text + index + count, c_str() + index, static_cast<std::size_t>(tail));
+            m_store.adopt(grown, oldLength + count);
         }
         return *this;
     }

@@ -24,9 +24,17 @@ int StringStore::CAPACITY_FOR_LENGTH(int length)
     return ((length - 1) & -LARGE_UNIT) + LARGE_UNIT;
 }
 
+StringStore::Buffer StringStore::ALLOCATE(int length) noexcept
+{
+    if (length > MAX_LENGTH)
+        return {nullptr, 0};
+    int const capacity = CAPACITY_FOR_LENGTH(length);
+    return {static_cast<char*>(std::malloc(static_cast<std::size_t>(capacity) + 1)), capacity};
+}
+
 char* StringStore::alloc(int length) noexcept
 {
-    if (m_raw.capacity != 0)
+    if (!isInline())
         std::free(m_raw.storage.heap);
     m_raw = EMPTY;
     if (length <= INLINE_CAPACITY)
@@ -34,25 +42,21 @@ char* StringStore::alloc(int length) noexcept
         setLength(length > 0 ? length : 0);
         return m_raw.storage.text;
     }
-    if (length > MAX_LENGTH)
-        return nullptr;
-
-    int const capacity = CAPACITY_FOR_LENGTH(length);
-    char* const heap = static_cast<char*>(std::malloc(static_cast<std::size_t>(capacity) + 1));
-    if (heap == nullptr)
-        return nullptr;
-    m_raw.capacity = capacity - INLINE_CAPACITY;
-    m_raw.storage.heap = heap;
-    setLength(length);
-    return heap;
+    Buffer const buffer = ALLOCATE(length);
+    if (buffer.text != nullptr)
+        adopt(buffer, length);
+    return buffer.text;
 }
 
 void StringStore::initLong(char const* text, std::size_t size) noexcept
 {
     if (size > static_cast<std::size_t>(MAX_LENGTH))
         return;
-    if (char* const target = alloc(static_cast<int>(size)))
-        std::memcpy(target, text, size);
+    Buffer const buffer = ALLOCATE(static_cast<int>(size));
+    if (buffer.text == nullptr)
+        return;
+    std::memcpy(buffer.text, text, size);
+    adopt(buffer, static_cast<int>(size));
 }
 
 }

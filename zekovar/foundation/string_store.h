@@ -48,6 +48,18 @@ public:
     /// smallest multiple of 4096, that isn't below `length`. 0 for a negative length.
     static int CAPACITY_FOR_LENGTH(int length);
 
+    /// A buffer that belongs to no store yet. Growing goes through it, not through a second store: the swap of the two
+    /// would load as one word what was just stored in halves, and wait for it.
+    struct Buffer
+    {
+        char* text;
+        int capacity;
+    };
+
+    /// A buffer for `length` characters, 8 and more. The text is null if memory is out or the length above
+    /// `MAX_LENGTH`.
+    static Buffer ALLOCATE(int length) noexcept;
+
     constexpr StringStore() noexcept : m_raw{0, 0, {{0, 0, 0, 0, 0, 0, 0, 0}}} {}
 
     /// Takes the whole value; `other` becomes empty.
@@ -67,6 +79,19 @@ public:
     /// Drops the content and makes room for `length` characters, inline below 8. The caller writes the text; the zero
     /// behind it is in place. Null if memory is out or the length above `MAX_LENGTH`, and the store is empty then.
     char* alloc(int length) noexcept;
+
+    /// Drops the content and owns `buffer` from now on, which holds `length` characters; the zero is put behind them.
+    void adopt(Buffer buffer, int length)
+    {
+        if (!isInline())
+        {
+            std::free(m_raw.storage.heap);
+        }
+        m_raw.capacity = buffer.capacity - INLINE_CAPACITY;
+        m_raw.length = length;
+        m_raw.storage.heap = buffer.text;
+        buffer.text[length] = '\0';
+    }
 
     /// Makes the text empty and keeps the buffer.
     void setEmpty() { setLength(0); }
@@ -109,7 +134,8 @@ public:
     /// Appends a character, for which there is room.
     void append(char character)
     {
-        char* const end = data() + m_raw.length;
+        // widened without a sign: that takes no time between one append and the next
+        char* const end = data() + static_cast<std::uint32_t>(m_raw.length);
         m_raw.length += 1;
         end[0] = character;
         end[1] = '\0';
