@@ -16,17 +16,17 @@ class ZKThread;
 ///
 /// Each loop has one for each priority (`ZKEventLoop::getEventSync`); the priority says how far the request overtakes
 /// what is queued. While a thread holds the stop it is "synchronised to" the loop's thread: further levels, of any
-/// priority, are granted at once, as they are on the loop's own thread. Levels end in the reverse order of their
-/// beginning. Keep the stop short: nothing of the loop runs meanwhile. Threads that take several loops take them in one
-/// order, or they can deadlock. On a loop that isn't running `lock` blocks until it runs.
+/// priority, are granted at once, as they are on the loop's own thread. Levels of one loop end in the reverse order of
+/// their beginning. Keep the stop short: nothing of the loop runs meanwhile. Threads that take several loops take them
+/// in one order, or they can deadlock. On a loop that isn't running `lock` blocks until it runs.
 ///
-/// | state     | caller                                    | loop's thread                        |
-/// | --------- | ----------------------------------------- | ------------------------------------ |
-/// | idle      |                                           |                                      |
-/// | requested | has serial and hold, waits for `entered`  | works its queues down to the request |
-/// | held      | works on the loop's data                  | has signalled `entered`, waits for hold |
-/// | leaving   | has unlocked hold, waits for `left`       | locks and unlocks hold, signals `left` |
-/// | idle      | unlocks serial                            | goes on with its queues              |
+/// | state     | caller                                   | loop's thread                           |
+/// | --------- | ---------------------------------------- | --------------------------------------- |
+/// | idle      |                                          |                                         |
+/// | requested | has serial and hold, waits for `entered` | works its queues down to the request    |
+/// | held      | works on the loop's data                 | has signalled `entered`, waits for hold |
+/// | leaving   | has unlocked hold, waits for `left`      | locks and unlocks hold, signals `left`  |
+/// | idle      | unlocks serial                           | goes on with its queues                 |
 ///
 /// Safe from any thread. A waiting thread shows in the lock report as waiting for a "sync-event".
 ///
@@ -49,8 +49,9 @@ public:
 
     void unlock() override { unsynchronize(); }
 
-    /// Blocks until the loop stands still, without limit; a cancellation of the thread takes effect behind that. On failure the loop isn't held and a line goes to the system
-    /// monitor: `XCODE_FAILURE` if the thread's list can't be stored, else the code of the failed lock or post.
+    /// Blocks until the loop stands still, without limit; a cancellation of the thread takes effect behind that. On
+    /// failure the loop isn't held and a line goes to the system monitor: `XCODE_FAILURE` if the thread's list can't
+    /// be stored, else the code of the failed lock or post.
     XCode synchronize();
 
     /// Ends one level; the last one lets the loop go on. Without effect on a thread that isn't synchronised to the

@@ -97,8 +97,8 @@ public:
 
     _ZKTimeoutEvent& getEvent() const { return *m_event; }
 
-    /// The event's handler; `record` is the `ZKEventTimeoutData`. The member function may delete the record, and its argument
-    /// with it.
+    /// The event's handler; `record` is the `ZKEventTimeoutData`. The member function may delete the record, and its
+    /// argument with it.
     static void HANDLE_EVENT(void* record)
     {
         auto const* self = static_cast<ZKEventTimeoutData*>(record);
