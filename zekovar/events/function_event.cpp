@@ -3,7 +3,11 @@
 #include "zekovar/events/event.h"
 #include "zekovar/events/event_loop.h"
 #include "zekovar/events/event_sync.h"
+#include "zekovar/events/synchronized.h"
 #include "zekovar/threads/auto_lock.h"
+
+#include <atomic>
+#include <cstdint>
 
 namespace ZK::Detail
 {
@@ -18,6 +22,7 @@ public:
 
     void process() override
     {
+        Processing const processing(m_processing);
         ZKEvent::process();
         if (!isCancelled())
             return;
@@ -25,10 +30,44 @@ public:
             function->onPostDropped();
     }
 
-    void leaveFunction() { m_function.store(nullptr); }
+    /// From here on no post that is taken off the queue starts the handler.
+    void leaveFunction()
+    {
+        m_function.store(nullptr);
+        cancel();
+    }
+
+    /// Blocks while a post that was taken off the queue before `leaveFunction` is in the handler.
+    void waitForHandler()
+    {
+        while (isProcessing())
+            m_processing.wait(1);
+    }
+
+    /// Also a barrier: a post that begins later sees the event cancelled, as both sides change the same word.
+    bool isProcessing() { return m_processing.fetch_or(0) != 0; }
 
 private:
+    class Processing
+    {
+    public:
+        explicit Processing(std::atomic<uint32_t>& processing) : m_processing(processing) { m_processing.exchange(1); }
+
+        Processing(Processing const&) = delete;
+        Processing& operator=(Processing const&) = delete;
+
+        ~Processing()
+        {
+            m_processing.store(0);
+            m_processing.notify_all();
+        }
+
+    private:
+        std::atomic<uint32_t>& m_processing;
+    };
+
     std::atomic<FunctionEventAsync*> m_function; // null once the function has stopped the event
+    std::atomic<uint32_t> m_processing{0};       // 1 while the loop's thread is in `process`
 };
 
 FunctionEventSync::FunctionEventSync(ZKEventLoop& loop) : ZKLock(ZKLock::Type::SYNC_FUNCTION), m_loop(loop)
@@ -83,19 +122,18 @@ void FunctionEventAsync::stop()
     // cancelled already: by an earlier call, or by the end of the queue, and then nothing of the loop may be touched
     if (m_event->isCancelled())
         return;
-    static_cast<FunctionEvent&>(*m_event).leaveFunction();
-    m_event->cancel();
+    auto& event = static_cast<FunctionEvent&>(*m_event);
+    event.leaveFunction();
 
-    // From here on no post that is taken off the queue starts the handler; one that was taken off before may be in it.
-    // A thread that runs no longer, or not yet, has no handler to wait for. A loop that another thread starts just now
-    // is no exception: its thread is marked as running before it locks the queue's mutex to take a post off. So either
-    // it does that after the call below, and sees the event cancelled, or it is seen to be running. A loop that another
-    // thread stops just now may end before it serves the request: then this waits until the loop runs again.
-    m_loop.getQueue(EventPrio::NORMAL).getFillLevel();
-    if (m_loop.getThread().isRunning())
+    // A loop that is stopped, or on its way to that, serves no request to stand still; what matters is only that its
+    // thread isn't in the handler. A stop that begins between this test and the request, and ends before the loop has
+    // seen the request, makes it wait until the loop is started again.
+    if (!m_loop.isStopped())
     {
         ZKAutoLock<ZKEventSync> const stoppedLoop(m_loop.getEventSync(EventPrio::NORMAL));
     }
+    if (event.isProcessing() && !isCurrentThreadSynchronizedTo(m_loop))
+        event.waitForHandler();
 }
 
 void FunctionEventAsync::HANDLE(void* functionEvent)
