@@ -87,19 +87,6 @@ TEST_F(File, LastHandleClosesAndRemoves)
     EXPECT_EQ(ZKFile(second).close(), codeOfErrno(EBADFD));
 }
 
-TEST_F(File, HandleWithoutTheFlagsLeavesDescriptorAndFile)
-{
-    int fd = -1;
-    {
-        ZKFile file(m_path, false, false);
-        ASSERT_TRUE(file.open(O_RDWR | O_CREAT, 0644, ZKFile::XO_NONE));
-        fd = file.getFd();
-        EXPECT_EQ(ZKFile(fd, false, false).getPath(), m_path) << "the kernel knows the path of a descriptor";
-    }
-    EXPECT_TRUE(isDescriptorOpen(fd) && ZKFile::EXISTS(m_path));
-    ::close(fd);
-}
-
 TEST_F(File, TakenDescriptorsBringTheirPath)
 {
     ZKFile readEnd;
@@ -107,6 +94,9 @@ TEST_F(File, TakenDescriptorsBringTheirPath)
     ASSERT_TRUE(ZKFile::CREATE_PIPE(readEnd, writeEnd, true));
     EXPECT_TRUE(readEnd.isFifo() && readEnd.isAutoClose() && readEnd.getPath().startsWith("pipe:["));
     EXPECT_EQ(::fcntl(writeEnd.getFd(), F_GETFD), FD_CLOEXEC);
+    EXPECT_TRUE(writeEnd.setCloseOnExec(false) && ::fcntl(writeEnd.getFd(), F_GETFD) == 0);
+    EXPECT_TRUE(readEnd.isBlocking() && readEnd.setBlocking(false) && !readEnd.isBlocking());
+    EXPECT_TRUE(readEnd.setBlocking(true) && readEnd.isBlocking() && !ZKFile().isBlocking());
 
     ZKFile file;
     errno = EMFILE;
@@ -120,30 +110,6 @@ TEST_F(File, TakenDescriptorsBringTheirPath)
     ASSERT_TRUE(file.setValidFd(old));
     EXPECT_FALSE(isDescriptorOpen(replaced));
     EXPECT_TRUE(file.close());
-}
-
-TEST_F(File, FlagsOfTheDescriptor)
-{
-    ZKFile readEnd;
-    ZKFile writeEnd;
-    ASSERT_TRUE(ZKFile::CREATE_PIPE(readEnd, writeEnd, true));
-    EXPECT_TRUE(readEnd.isBlocking());
-    ASSERT_TRUE(readEnd.setBlocking(false));
-    int flags = 0;
-    ASSERT_TRUE(readEnd.getFlags(flags));
-    EXPECT_EQ(flags & O_NONBLOCK, O_NONBLOCK);
-    EXPECT_FALSE(readEnd.isBlocking());
-    ASSERT_TRUE(readEnd.setBlocking(true));
-    EXPECT_TRUE(readEnd.isBlocking());
-    ASSERT_TRUE(readEnd.setCloseOnExec(false));
-    EXPECT_EQ(::fcntl(readEnd.getFd(), F_GETFD), 0);
-
-    ZKFile closed;
-    flags = 7;
-    EXPECT_EQ(closed.getFlags(flags), codeOfErrno(EBADF));
-    EXPECT_EQ(flags, 7);
-    EXPECT_EQ(closed.setBlocking(true), codeOfErrno(EBADF));
-    EXPECT_FALSE(closed.isBlocking());
 }
 
 TEST_F(File, PropertiesAreThoseOfTheOpenDescriptorFirst)
@@ -168,8 +134,6 @@ TEST_F(File, PropertiesAreThoseOfTheOpenDescriptorFirst)
     EXPECT_TRUE(null.isCharDev(&major, &minor) && null.isCharDev(nullptr, nullptr));
     EXPECT_EQ(major, 1);
     EXPECT_EQ(minor, 3);
-    EXPECT_EQ(null.getDevMajor(), 1);
-    EXPECT_EQ(null.getDevMinor(), 3);
     EXPECT_FALSE(null.isBlockDev(&major, &minor) || null.isSocket());
     EXPECT_TRUE(ZKFile(m_directory.path(), false, false).isDirectory());
 }
@@ -193,9 +157,4 @@ TEST_F(File, NodesAreMadeWithTheirFullModeAndRenamed)
     EXPECT_EQ(fifo.getMode(), S_IFIFO | 0622u);
     EXPECT_EQ(std::signal(SIGPIPE, previous), SIG_IGN);
     ::umask(mask);
-
-    ZKFile device(m_directory / "null", false, false);
-    XCode const code = device.createCharDev(1, 3, 0600);
-    EXPECT_EQ(code.isSuccess(), device.isCharDev(nullptr, nullptr));
-    EXPECT_TRUE(code.isSuccess() || code == codeOfErrno(EPERM)) << "which takes the rights of root";
 }

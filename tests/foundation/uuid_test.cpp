@@ -40,18 +40,10 @@ TEST(UUID, ParseReversesToString)
     EXPECT_EQ(id, ZK::UUID(s_nameless));
     EXPECT_EQ(id.text(), "0000000a-000b-000c-01020304050607ff");
     EXPECT_EQ(copy, named) << "a copy keeps the record that it shared";
+    EXPECT_EQ(id.parse("1e7be6bc-6ebb-4e16-8cc1-c107055e1f"), XCODE_FAILURE);
+    EXPECT_EQ(id, ZK::UUID(s_nameless));
     ASSERT_TRUE(id.parse("0000000a-000b-000c-0102-0304050607ff-").isSuccess());
     EXPECT_EQ(id.toString(true), "0000000a-000b-000c-0102-0304050607ff-INVALID") << "an empty name is none";
-}
-
-TEST(UUID, OtherTextLeavesTheIdentifierAlone)
-{
-    ZK::UUID id(s_named);
-    for (char const* text : {"", "hello", "1e7be6bc-6ebb-4e16-8cc1-c107055e1f", "1e7be6bc-6ebb-4e16-8cc1c107055e1f94"})
-    {
-        EXPECT_EQ(id.parse(text), XCODE_FAILURE) << text;
-        EXPECT_EQ(id.text(), "IID_Unknown");
-    }
 }
 
 TEST(UUID, CopiesShareARecordAndGiveItBack)
@@ -76,21 +68,8 @@ TEST(UUID, CopiesShareARecordAndGiveItBack)
 TEST(UUID, GeneratedOnesDifferAndAreCalledRandom)
 {
     ZK::UUID const first = ZK::UUID::GENERATE();
-    ZK::UUID const second = ZK::UUID::GENERATE();
-    EXPECT_FALSE(first == second);
+    EXPECT_FALSE(first == ZK::UUID::GENERATE() || first == ZK::UUID::INVALID());
     EXPECT_EQ(first.text(), "random");
-    EXPECT_EQ(second.text(), "random");
-}
-
-TEST(Random, ReadsTheChosenDevice)
-{
-    ZKRandom const random(false);
-    EXPECT_EQ(random.getPath(), ZKRandom::U_DEV_RANDOM);
-    EXPECT_EQ(ZKRandom(true).getPath(), "/dev/random");
-    unsigned char bytes[64] = {};
-    ASSERT_TRUE(random.readFixedSize(bytes, sizeof(bytes), true).isSuccess());
-    int used = 0;
-    for (unsigned char byte : bytes)
-        used += byte != 0;
-    EXPECT_GT(used, 32);
+    EXPECT_EQ(ZKRandom(false).getPath(), ZKRandom::U_DEV_RANDOM);
+    EXPECT_EQ(ZKRandom(true).getPath(), ZKRandom::DEV_RANDOM);
 }
