@@ -28,10 +28,12 @@ class Function;
 /// one may.
 ///
 /// Dropping the last copy of an async function loses the calls that aren't served yet, waits until the loop isn't in
-/// the target and so must not be done with a lock held that a handler of the loop needs. The loop must outlive it.
+/// the target and so must not be done with a lock held that the target needs. The loop must outlive it.
 ///
-///     ZK::Function<void(String)> log = ZK::bindArgs(IO::INSTANCE().getAsyncContext(), [](String line) { write(line);
-///     }); if (log) log("link is up");
+///     ZK::Function<void(String)> log =
+///         ZK::bindArgs(IO::INSTANCE().getAsyncContext(), &Log::write, &theLog, std::placeholders::_1);
+///     if (log)
+///         log("link is up");
 template <class... Args>
 class Function<void(Args...)>
 {

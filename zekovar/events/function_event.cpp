@@ -4,7 +4,6 @@
 #include "zekovar/events/event_loop.h"
 #include "zekovar/events/event_sync.h"
 #include "zekovar/events/synchronized.h"
-#include "zekovar/threads/auto_lock.h"
 
 #include <atomic>
 #include <cstdint>
@@ -125,13 +124,8 @@ void FunctionEventAsync::stop()
     auto& event = static_cast<FunctionEvent&>(*m_event);
     event.leaveFunction();
 
-    // A loop that is stopped, or on its way to that, serves no request to stand still; what matters is only that its
-    // thread isn't in the handler. A stop that begins between this test and the request, and ends before the loop has
-    // seen the request, makes it wait until the loop is started again.
-    if (!m_loop.isStopped())
-    {
-        ZKAutoLock<ZKEventSync> const stoppedLoop(m_loop.getEventSync(EventPrio::NORMAL));
-    }
+    // The loop isn't asked to stand still for this: one that is stopped, or on its way to that, never would, and what
+    // matters is only that its thread isn't in the handler.
     if (event.isProcessing() && !isCurrentThreadSynchronizedTo(m_loop))
         event.waitForHandler();
 }

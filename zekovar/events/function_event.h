@@ -54,8 +54,8 @@ protected:
     /// Ends the event for good: `handle` isn't running when this returns, unless it is the caller, and won't be called
     /// again. To be called by the outermost destructor, so that `handle` doesn't meet a half-destroyed object.
     ///
-    /// It synchronises to a running loop, so it blocks until the handler that runs at this moment ends; whoever holds a
-    /// lock which that handler needs deadlocks. Of a loop that is stopped it only awaits a call of `handle`.
+    /// It blocks while `handle` runs; whoever holds a lock that the target needs deadlocks. The loop itself isn't asked
+    /// for anything, so it may be stopped, or blocked in another handler.
     void stop();
 
     ZKEventLoop& m_loop;
