@@ -298,6 +298,8 @@ XCode ZKThread::joinUntil(timespec const* deadline)
     unsigned long id = m_id;
     if (id == 0)
         return XCODE_SUCCESS;
+    if (CURRENT_HAS_ID(id))
+        return ZK::Detail::codeOfErrno(EDEADLK);
     if (has(DETACHED))
         return ZK::Detail::codeOfErrno(EINVAL);
     int const result = deadline != nullptr ? pthread_timedjoin_np(id, nullptr, deadline) : pthread_join(id, nullptr);

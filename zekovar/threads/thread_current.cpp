@@ -16,7 +16,9 @@ void sleepMilliseconds(long long milliseconds)
     constexpr long long LONGEST_MILLISECONDS = 1000000; // usleep takes 32 bits of microseconds
     while (milliseconds > 0)
     {
-        long long const part = std::min(milliseconds, LONGEST_MILLISECONDS);
+        long long part = milliseconds;
+        if (part > LONGEST_MILLISECONDS)
+            part = LONGEST_MILLISECONDS;
         if (usleep(static_cast<useconds_t>(part * 1000)) != 0)
             return;
         milliseconds -= part;

@@ -37,6 +37,8 @@ public:
             String holderName;          ///< empty without a holder
         };
 
+        Report() = default;
+
         unsigned long id = 0;
         String name;
         ZKVector<ObtainedLock> obtained; ///< oldest first

@@ -1,0 +1,143 @@
+#include "tests/eventually.h"
+#include "tests/string_printer.h"
+#include "tests/threads/function_thread.h"
+#include "zekovar/foundation/system_code.h"
+#include "zekovar/threads/assertion.h"
+#include "zekovar/threads/backtrace.h"
+
+#include <climits>
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr unsigned int FRAMES = 60;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr unsigned int SANITIZER_FRAMES = 1; // it stands between the library and the unwinder
+#else
+constexpr unsigned int SANITIZER_FRAMES = 0;
+#endif
+
+std::string s_assertion;
+
+void recordAssertion(std::uintptr_t first, std::uintptr_t second, std::uintptr_t third, std::uintptr_t fourth,
+                     char const* text)
+{
+    s_assertion = std::to_string(first) + std::to_string(second) + std::to_string(third) + std::to_string(fourth) +
+                  (text != nullptr ? text : "(null)");
+}
+}
+
+/// A frame to look for: exported, so that it has a symbol, and on the stack for as long as it spins.
+[[gnu::noinline]] void spinInNamedFrame(std::atomic<bool>& isBegun, std::atomic<bool>& isOver)
+{
+    isBegun = true;
+    while (!isOver)
+        ZKThread::SLEEP(1);
+    asm volatile("");
+}
+
+[[gnu::noinline]] String takeOwnBacktrace(unsigned int skip)
+{
+    ZKBacktrace backtrace(FRAMES);
+    EXPECT_TRUE(ZKThread::GET_BACKTRACE(backtrace, skip).isSuccess());
+    return backtrace.printToString(false);
+}
+
+TEST(Backtrace, OwnStackBeginsWithTheCallerAndCountsDownToOne)
+{
+    String const text = takeOwnBacktrace(SANITIZER_FRAMES);
+    ZKVector<String> lines;
+    text.splitAtString(lines, "\n");
+    ASSERT_GT(lines.size(), 3u);
+    EXPECT_GE(lines[0].indexOf("takeOwnBacktrace(unsigned int)+0x"), 0) << text.c_str();
+    for (unsigned int i = 0; i < lines.size(); i++)
+        EXPECT_TRUE(lines[i].startsWith(String::stringOfFormat("  %2u ", lines.size() - i))) << lines[i].c_str();
+    EXPECT_LT(takeOwnBacktrace(SANITIZER_FRAMES + 1).indexOf("takeOwnBacktrace"), 0);
+    EXPECT_TRUE(takeOwnBacktrace(UINT_MAX).isEmpty());
+}
+
+TEST(Backtrace, OtherThreadFillsInItsOwnStack)
+{
+    std::atomic<bool> isBegun = false, isOver = false;
+    FunctionThread thread([&] { spinInNamedFrame(isBegun, isOver); }, "spinner");
+    thread.start("");
+    ASSERT_TRUE(eventually([&] { return isBegun.load(); }));
+    ZKBacktrace backtrace(FRAMES);
+    for (int i = 0; i < 20; i++)
+    {
+        ASSERT_TRUE(thread.getBacktrace(backtrace, 0).isSuccess());
+        String const text = backtrace.printToString(true);
+        EXPECT_TRUE(
+            text.startsWith(String::stringOfFormat("spinner (%p):\n", reinterpret_cast<void*>(thread.getId()))));
+        EXPECT_GE(text.indexOf("spinInNamedFrame(std::atomic<bool>&, std::atomic<bool>&)+0x"), 0) << text.c_str();
+        EXPECT_LT(text.indexOf("HANDLE_BACKTRACE_SIGNAL"), 0) << text.c_str();
+    }
+    String const withoutHeader = backtrace.printToString(false);
+    EXPECT_TRUE(backtrace.printToString(true).endsWith(withoutHeader));
+
+    ASSERT_TRUE(thread.getBacktrace(backtrace, FRAMES).isSuccess());
+    EXPECT_EQ(backtrace.printToString(true),
+              String::stringOfFormat("spinner (%p):\n", reinterpret_cast<void*>(thread.getId())));
+    isOver = true;
+}
+
+TEST(Backtrace, SelfCanBeAskedThroughTheSignal)
+{
+    ZKBacktrace backtrace(FRAMES);
+    errno = 1234;
+    EXPECT_TRUE(backtrace.obtainBacktraceOfThread(pthread_self(), 1).isSuccess());
+    String const text = backtrace.printToString(true);
+    EXPECT_TRUE(text.startsWith(String::stringOfFormat("%p:\n", reinterpret_cast<void*>(pthread_self()))));
+    EXPECT_GE(text.indexOf("obtainBacktraceOfThread"), 0) << text.c_str();
+    backtrace.clearBacktrace();
+    EXPECT_TRUE(backtrace.printToString(false).isEmpty());
+}
+
+TEST(Backtrace, ThreadThatIsNotThereIsRefused)
+{
+    ZKBacktrace backtrace(FRAMES);
+    EXPECT_EQ(backtrace.obtainBacktraceOfThread(0, 0), XCODE_FAILURE);
+    std::atomic<bool> hasRun = false;
+    FunctionThread thread([&] { hasRun = true; });
+    thread.start("");
+    EXPECT_TRUE(eventually([&] { return hasRun && !thread.isRunning(); }));
+    ASSERT_TRUE(thread.isAlive());
+    EXPECT_EQ(thread.getBacktrace(backtrace, 0), ZK::Detail::codeOfErrno(ESRCH));
+    EXPECT_TRUE(backtrace.printToString(false).isEmpty());
+    EXPECT_THROW(ZKBacktrace(0x20000000), std::bad_array_new_length);
+}
+
+TEST(Backtrace, ThreadThatEndsMeanwhileDoesNotHoldTheCaller)
+{
+    ZKBacktrace backtrace(FRAMES);
+    int taken = 0, refused = 0;
+    for (int i = 0; i < 300; i++)
+    {
+        FunctionThread thread([] {});
+        ASSERT_TRUE(thread.start("").isSuccess());
+        XCode const code = thread.getBacktrace(backtrace, 0);
+        (code.isSuccess() ? taken : refused)++;
+        EXPECT_TRUE(code.isSuccess() || code == ZK::Detail::codeOfErrno(ESRCH)) << code.toString().c_str();
+    }
+    EXPECT_EQ(taken + refused, 300);
+}
+
+TEST(Backtrace, SignalThatNobodyAskedForIsIgnoredAndKeepsErrno)
+{
+    errno = EXDEV;
+    EXPECT_EQ(raise(SIGUSR2), 0);
+    EXPECT_EQ(errno, EXDEV);
+}
+
+TEST(Assertion, ReachesTheHandlerWithItsValuesAndText)
+{
+    onAssertionFailed(1, 2, 3, 4, "nobody listens");
+    Q_onAssert("module", 1);
+    s_assertionHandler = recordAssertion;
+    onAssertionFailed(1, 2, 3, 4, " %s %d", "text", 5);
+    EXPECT_EQ(s_assertion, "1234 text 5");
+    onAssertionFailed(1, 2, 3, 5, nullptr);
+    EXPECT_EQ(s_assertion, "1235(null)");
+    s_assertionHandler = nullptr;
+}

@@ -1,0 +1,165 @@
+#include "tests/captured_syslog.h"
+#include "tests/threads/function_thread.h"
+#include "zekovar/threads/auto_lock.h"
+#include "zekovar/threads/mutex.h"
+
+#include <cerrno>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace
+{
+/// Records what the waiting thread is told, and opens a door when it has waited for so long.
+class ObservedMutex : public ZKMutex
+{
+public:
+    ObservedMutex(unsigned int milliseconds, Door& door) : ZKMutex(false), m_milliseconds(milliseconds), m_door(door) {}
+
+    void onWait(unsigned int milliseconds) override
+    {
+        ZKMutex::onWait(milliseconds);
+        record("wait " + std::to_string(milliseconds));
+        if (milliseconds == m_milliseconds)
+            m_door.release();
+    }
+
+    void onWaitCanceled() override
+    {
+        ZKMutex::onWaitCanceled();
+        record("cancelled");
+    }
+
+    void onLocked() override
+    {
+        ZKMutex::onLocked();
+        record("locked");
+    }
+
+    void onUnlocked() override
+    {
+        ZKMutex::onUnlocked();
+        record("unlocked");
+    }
+
+    std::vector<std::string> m_log;
+
+private:
+    void record(std::string const& line)
+    {
+        if (ZKThread::CURRENT() == nullptr)
+            m_log.push_back(line);
+    }
+
+    unsigned int m_milliseconds;
+    Door& m_door;
+};
+}
+
+TEST(Mutex, ContendedLockShowsItsWaitGrowingBySeconds)
+{
+    Door held(0), release(0);
+    ObservedMutex mutex(3000, release);
+    FunctionThread holder(
+        [&]
+        {
+            ZKAutoLock<ZKMutex> guard(mutex);
+            held.release();
+            release.acquire();
+        });
+    holder.start("");
+    held.acquire();
+    EXPECT_EQ(mutex.getHolder(), &holder);
+    EXPECT_TRUE(mutex.lock().isSuccess());
+    mutex.unlock();
+    std::vector<std::string> const expected = {"wait 0",    "wait 1000", "wait 2000", "wait 3000",
+                                               "cancelled", "locked",    "unlocked"};
+    EXPECT_EQ(mutex.m_log, expected);
+}
+
+TEST(Mutex, FreeLockPassesAllNotifications)
+{
+    Door unused(0);
+    ObservedMutex mutex(1, unused);
+    EXPECT_TRUE(mutex.lock().isSuccess());
+    EXPECT_EQ(mutex.m_log, (std::vector<std::string>{"wait 0", "cancelled", "locked"}));
+    mutex.unlock();
+}
+
+TEST(Mutex, RecursiveMutexKeepsItsHolderUntilTheLastUnlock)
+{
+    ZKMutex mutex(true);
+    FunctionThread(
+        [&]
+        {
+            EXPECT_TRUE(mutex.lock().isSuccess());
+            EXPECT_TRUE(mutex.lock().isSuccess());
+            EXPECT_EQ(mutex.getLockCount(), 2u);
+            mutex.unlock();
+            EXPECT_EQ(mutex.getHolder(), ZKThread::CURRENT());
+            mutex.unlock();
+            EXPECT_EQ(mutex.getHolder(), nullptr);
+        })
+        .run();
+}
+
+TEST(Mutex, ExcludesAndCountsUnderContention)
+{
+    constexpr int ROUNDS = 2000;
+    ZKMutex mutex(false);
+    int total = 0;
+    auto const add = [&]
+    {
+        for (int i = 0; i < ROUNDS; i++)
+        {
+            ZKAutoLock<ZKMutex> guard(mutex);
+            total++;
+        }
+    };
+    FunctionThread first(add), second(add);
+    first.start("");
+    second.start("");
+    add();
+    first.join();
+    second.join();
+    EXPECT_EQ(total, 3 * ROUNDS);
+    EXPECT_EQ(mutex.getLockCount(), 0u);
+    EXPECT_EQ(mutex.getHolder(), nullptr);
+}
+
+TEST(Mutex, FailingUnlockIsLogged)
+{
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the sanitizer reports the misuse itself";
+#endif
+    CapturedSyslog captured;
+    ZKMutex mutex(true);
+    mutex.unlock();
+    ASSERT_EQ(captured.lines().size(), 1u);
+    EXPECT_STREQ(captured.lines()[0].c_str(),
+                 String::stringOfFormat("%d Mutex %p: FAILED TO UNLOCK: OPERATION NOT PERMITTED (%d)\n", LOG_CRIT,
+                                        static_cast<void*>(&mutex), EPERM)
+                     .c_str());
+    EXPECT_EQ(mutex.getLockCount(), ~0u) << "the count has already gone down, unchecked";
+}
+
+TEST(Mutex, ProcessHasOneOfEachKind)
+{
+    EXPECT_EQ(&FAST_MUTEX(), &FAST_MUTEX());
+    EXPECT_NE(&FAST_MUTEX(), &RECURSIVE_MUTEX());
+    ZKAutoLock<ZKMutex> guard(RECURSIVE_MUTEX());
+    EXPECT_TRUE(RECURSIVE_MUTEX().lock().isSuccess());
+    RECURSIVE_MUTEX().unlock();
+}
+
+TEST(MutexPrivate, RecursiveKindIsChosenByTheFlag)
+{
+    ZKMutexPrivate mutex(true);
+    EXPECT_EQ(mutex.lock(), XCODE_SUCCESS);
+    EXPECT_EQ(mutex.lock(), XCODE_SUCCESS);
+    EXPECT_EQ(mutex.unlock(), 0);
+    EXPECT_EQ(mutex.unlock(), 0);
+#ifndef __SANITIZE_THREAD__
+    EXPECT_EQ(mutex.unlock(), EPERM);
+#endif
+}

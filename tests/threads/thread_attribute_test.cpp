@@ -1,0 +1,67 @@
+#include "tests/threads/function_thread.h"
+#include "zekovar/threads/thread_attribute.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+class Attribute : public ZKThreadAttribute
+{
+public:
+    Attribute(ZKThreadAttributeType const& type, std::atomic<int>& destroyed)
+        : ZKThreadAttribute(type), m_destroyed(destroyed)
+    {
+    }
+
+    ~Attribute() override { m_destroyed++; }
+
+private:
+    std::atomic<int>& m_destroyed;
+};
+}
+
+TEST(ThreadAttributeType, ModeSaysWhetherTheEndOfTheThreadDeletes)
+{
+    ZKThreadAttributeType deleting(ZKThreadAttributeType::DELETE_ATTRIBUTE);
+    ZKThreadAttributeType keeping(ZKThreadAttributeType::KEEP_ATTRIBUTE);
+    std::atomic<int> deleted = 0, kept = 0;
+    Attribute attribute(keeping, kept);
+    FunctionThread(
+        [&]
+        {
+            EXPECT_EQ(deleting.get(), nullptr);
+            auto* const owned = new Attribute(deleting, deleted);
+            EXPECT_TRUE(deleting.set(owned).isSuccess());
+            EXPECT_TRUE(keeping.set(&attribute).isSuccess());
+            EXPECT_EQ(deleting.get(), owned);
+            EXPECT_EQ(&owned->getType(), &deleting);
+        })
+        .run();
+    EXPECT_EQ(deleting.get(), nullptr) << "each thread has its own";
+    EXPECT_EQ(deleted, 1);
+    EXPECT_EQ(kept, 0);
+}
+
+TEST(ThreadAttributeType, ClearDeletesAndEmpties)
+{
+    ZKThreadAttributeType type(ZKThreadAttributeType::KEEP_ATTRIBUTE);
+    std::atomic<int> deleted = 0;
+    type.clear();
+    type.set(new Attribute(type, deleted));
+    type.clear();
+    EXPECT_EQ(deleted, 1);
+    EXPECT_EQ(type.get(), nullptr);
+    ZKThreadAttributeType::DESTROY_ATTRIBUTE(nullptr);
+    EXPECT_EQ(&ZKThreadAttribute().getType(), &ZKThreadAttributeType::s_none);
+}
+
+TEST(ThreadAttributeType, WithoutASlotEverythingFailsQuietly)
+{
+    std::vector<std::unique_ptr<ZKThreadAttributeType>> types;
+    for (int i = 0; i < 1 + PTHREAD_KEYS_MAX; i++)
+        types.push_back(std::make_unique<ZKThreadAttributeType>(ZKThreadAttributeType::KEEP_ATTRIBUTE));
+    ZKThreadAttribute attribute;
+    EXPECT_EQ(types.back()->set(&attribute), XCODE_FAILURE);
+    EXPECT_EQ(types.back()->get(), nullptr);
+    types.back()->clear();
+}

@@ -1,0 +1,279 @@
+#include "tests/eventually.h"
+#include "tests/string_printer.h"
+#include "tests/threads/function_thread.h"
+#include "zekovar/foundation/system_code.h"
+#include "zekovar/foundation/time.h"
+#include "zekovar/threads/backtrace.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <sched.h>
+#include <sys/prctl.h>
+
+namespace
+{
+/// Counts the objects that unwinding destroys.
+struct Counted
+{
+    ~Counted() { count++; }
+
+    std::atomic<int>& count;
+};
+
+struct Target
+{
+    XCode run()
+    {
+        runs++;
+        return XCode(XCODE_EXIT + 1u);
+    }
+
+    int runs = 0;
+};
+}
+
+TEST(Thread, WithoutAThreadNothingHappens)
+{
+    ZKThread thread("idle");
+    EXPECT_EQ(ZKThread::CURRENT(), nullptr);
+    EXPECT_FALSE(thread.isAlive());
+    EXPECT_FALSE(thread.isRunning());
+    EXPECT_EQ(thread.getId(), 0u);
+    EXPECT_EQ(thread.getTid(), 0);
+    thread.stop();
+    thread.detach();
+    thread.join();
+    EXPECT_TRUE(thread.join(0).isSuccess());
+    int policy = 7, priority = 8;
+    EXPECT_EQ(thread.getSchedulingPolicy(policy, priority), XCODE_FAILURE);
+    EXPECT_EQ(thread.setSchedulingPolicy(SCHED_OTHER, 0), XCODE_FAILURE);
+    EXPECT_EQ(policy, 7);
+    EXPECT_EQ(priority, 8);
+    ZKBacktrace backtrace(4);
+    EXPECT_EQ(thread.getBacktrace(backtrace, 0), XCODE_FAILURE);
+    EXPECT_EQ(thread.runThread(), XCODE_FAILURE);
+}
+
+TEST(Thread, KnowsItselfWhileItRunsAndCanBeStartedAgain)
+{
+    std::atomic<int> runs = 0;
+    FunctionThread thread(
+        [&]
+        {
+            runs++;
+            EXPECT_EQ(ZKThread::CURRENT(), &thread);
+            EXPECT_TRUE(thread.isRunning());
+            EXPECT_TRUE(ZKThread::CURRENT_HAS_ID(thread.getId()));
+            EXPECT_EQ(ZKThread::CURRENT_ID(), thread.getId());
+            EXPECT_EQ(ZKThread::CURRENT_TID(), thread.getTid());
+            EXPECT_EQ(ZKThread::GET_BY_ID(thread.getId()), &thread);
+            EXPECT_EQ(ZKThread::GET_BY_TID(thread.getTid()), &thread);
+            EXPECT_EQ(ZKThread::GET_BY_NAME("test"), &thread);
+            EXPECT_EQ(ZKThread::CURRENT_NAME(), "test");
+            EXPECT_EQ(ZKThread::NAME_BY_ID(thread.getId()), "test");
+            EXPECT_EQ(thread.start(""), XCODE_FAILURE) << "it runs already";
+        });
+    for (int i = 1; i <= 3; i++)
+    {
+        EXPECT_TRUE(thread.start("").isSuccess());
+        EXPECT_TRUE(thread.isAlive());
+        EXPECT_TRUE(eventually([&] { return runs == i && !thread.isRunning(); }));
+        EXPECT_TRUE(thread.isAlive()) << "it wasn't joined yet";
+    }
+    unsigned long const id = thread.getId();
+    EXPECT_EQ(ZKThread::GET_BY_ID(id), nullptr);
+    EXPECT_EQ(ZKThread::NAME_BY_ID(id), String::stringOfFormat("%p", reinterpret_cast<void*>(id)));
+    thread.join();
+    EXPECT_FALSE(thread.isAlive());
+}
+
+TEST(Thread, KernelShowsTheNameWithoutBlanks)
+{
+    char kernelName[17] = "";
+    FunctionThread thread([&] { prctl(PR_GET_NAME, kernelName); }, "first name");
+    thread.run();
+    EXPECT_STREQ(kernelName, "first_name");
+    EXPECT_EQ(thread.getName(), "first name");
+    thread.start("a b c");
+    thread.join();
+    EXPECT_STREQ(kernelName, "a_b_c");
+    EXPECT_EQ(thread.getName(), "a b c");
+
+    FunctionThread nameless([] {}, "");
+    nameless.start("");
+    EXPECT_EQ(nameless.getName(), String::stringOfFormat("%p", reinterpret_cast<void*>(nameless.getId())));
+}
+
+TEST(Thread, TimedJoinLeavesARunningThreadToALaterJoin)
+{
+    Door end(0);
+    FunctionThread thread(
+        [&]
+        {
+            EXPECT_EQ(thread.join(1), ZK::Detail::codeOfErrno(EDEADLK));
+            thread.join();
+            end.acquire();
+        });
+    thread.start("");
+    unsigned long const id = thread.getId();
+    EXPECT_EQ(thread.join(20), ZK::Detail::codeOfErrno(ETIMEDOUT));
+    EXPECT_EQ(thread.getId(), id);
+    end.release();
+    EXPECT_TRUE(thread.join(60000).isSuccess());
+    EXPECT_EQ(thread.getId(), 0u);
+}
+
+TEST(Thread, DetachedThreadForgetsItsIdAtItsEnd)
+{
+    for (bool isDetachedFirst : {true, false})
+    {
+        Door end(0);
+        FunctionThread thread([&] { end.acquire(); });
+        thread.start("");
+        if (isDetachedFirst)
+        {
+            thread.detach();
+            EXPECT_EQ(thread.join(1), ZK::Detail::codeOfErrno(EINVAL));
+            thread.join();
+            EXPECT_TRUE(thread.isAlive());
+            end.release();
+        }
+        else
+        {
+            end.release();
+            EXPECT_TRUE(eventually([&] { return !thread.isRunning(); }));
+            thread.detach();
+        }
+        EXPECT_TRUE(eventually([&] { return !thread.isAlive() && !thread.isRunning(); }));
+        thread.detach();
+        thread.stop();
+        end.release();
+        EXPECT_TRUE(thread.start("").isSuccess()) << "the object can be used again";
+    }
+}
+
+TEST(Thread, StopUnwindsTheThreadAndRunningStays)
+{
+    std::atomic<int> unwound = 0;
+    Door begun(0);
+    FunctionThread thread(
+        [&]
+        {
+            Counted counted{unwound};
+            begun.release();
+            sleepUntilCancelled();
+        });
+    thread.start("");
+    begun.acquire();
+    thread.stop();
+    EXPECT_EQ(ZKThread::GET_BY_NAME("test"), nullptr);
+    EXPECT_NE(thread.getId(), 0u) << "stop doesn't wait";
+    thread.join();
+    EXPECT_EQ(unwound, 1);
+    EXPECT_TRUE(thread.isRunning());
+    EXPECT_EQ(thread.start(""), XCODE_FAILURE);
+}
+
+TEST(Thread, DestructorWaitsUntilTheThreadHasLeft)
+{
+    struct Sleeper : ZKRunnable
+    {
+        XCode runThread() override
+        {
+            Counted counted{unwound};
+            begun.release();
+            sleepUntilCancelled();
+            return XCODE_SUCCESS;
+        }
+
+        std::atomic<int> unwound = 0;
+        Door begun{0};
+    } sleeper;
+
+    for (bool isDetached : {false, true})
+    {
+        auto thread = std::make_unique<ZKThread>("sleeper", &sleeper);
+        thread->start("");
+        sleeper.begun.acquire();
+        if (isDetached)
+            thread->detach();
+        thread.reset();
+        EXPECT_EQ(sleeper.unwound, isDetached ? 2 : 1);
+    }
+}
+
+TEST(Thread, MayDestroyItsOwnObject)
+{
+    struct SelfDestroyer : ZKRunnable
+    {
+        XCode runThread() override
+        {
+            thread.reset();
+            EXPECT_EQ(ZKThread::CURRENT(), nullptr);
+            gone.release();
+            return XCODE_SUCCESS;
+        }
+
+        std::unique_ptr<ZKThread> thread = std::make_unique<ZKThread>("short", this);
+        Door gone{0};
+    } runnable;
+
+    runnable.thread->start("");
+    runnable.gone.acquire();
+    EXPECT_EQ(ZKThread::GET_BY_NAME("short"), nullptr);
+}
+
+TEST(Thread, PriorityIsClampedToThePolicy)
+{
+    Door end(0);
+    FunctionThread thread([&] { end.acquire(); });
+    thread.start("");
+    EXPECT_TRUE(thread.setSchedulingPolicy(SCHED_FIFO, 150).isSuccess());
+    EXPECT_EQ(thread.getPriority(), 99);
+    thread.setSchedulingPolicy(SCHED_RR, -5);
+    EXPECT_EQ(thread.getPriority(), 1);
+    EXPECT_TRUE(thread.setSchedulingPolicy(SCHED_OTHER, 50).isSuccess());
+    EXPECT_EQ(thread.getPriority(), 0);
+    int policy = -1, priority = -1;
+    EXPECT_TRUE(thread.getSchedulingPolicy(policy, priority).isSuccess());
+    EXPECT_EQ(policy, SCHED_OTHER);
+    EXPECT_EQ(priority, 0);
+    end.release();
+}
+
+TEST(ThreadMethod, RunsTheMemberAndRefusesNull)
+{
+    Target target;
+    ZKThreadMethod<Target> thread("method", &target, &Target::run);
+    EXPECT_EQ(thread.runThread(), XCode(XCODE_EXIT + 1u));
+    thread.start("");
+    thread.join();
+    EXPECT_EQ(target.runs, 2);
+    EXPECT_EQ(ZKThreadMethod<Target>("none", nullptr, &Target::run).runThread(), XCODE_FAILURE);
+    EXPECT_EQ(ZKThreadMethod<Target>("none", &target, nullptr).runThread(), XCODE_FAILURE);
+}
+
+TEST(Thread, ForeignThreadIsNamedByItsId)
+{
+    EXPECT_EQ(ZKThread::CURRENT_NAME(), String::stringOfFormat("%p", reinterpret_cast<void*>(pthread_self())));
+    String const path = ZKThread::CURRENT_PROGRAM_PATH();
+    EXPECT_TRUE(path.endsWith(String("/") += ZKThread::CURRENT_PROGRAM_NAME()));
+    ZKThread::SLEEP(-1);
+    ZKThread::SLEEP(ZK::Time(0, 999999));
+}
+
+TEST(Thread, EveryEndLeavesTheRegistry)
+{
+    for (int i = 0; i < 200; i++)
+    {
+        {
+            FunctionThread thread([] {});
+            ASSERT_TRUE(thread.start("").isSuccess());
+            if (i % 3 == 0)
+                thread.detach();
+            if (i % 3 == 1)
+                thread.stop();
+        }
+        ASSERT_EQ(ZKThread::GET_BY_NAME("test"), nullptr);
+    }
+}
