@@ -161,7 +161,7 @@ TEST(Thread, StopUnwindsTheThreadAndRunningStays)
         {
             Counted counted{unwound};
             begun.release();
-            sleepUntilCancelled();
+            spinUntilCancelled();
         });
     thread.start("");
     begun.acquire();
@@ -182,8 +182,7 @@ TEST(Thread, DestructorWaitsUntilTheThreadHasLeft)
         {
             Counted counted{unwound};
             begun.release();
-            sleepUntilCancelled();
-            return XCODE_SUCCESS;
+            spinUntilCancelled();
         }
 
         std::atomic<int> unwound = 0;

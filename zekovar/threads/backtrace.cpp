@@ -57,7 +57,8 @@ public:
     bool withdraw()
     {
         unsigned long expected = m_target;
-        return m_info.m_target.compare_exchange_strong(expected, Info::NONE);
+        m_isWithdrawn = m_isWithdrawn || m_info.m_target.compare_exchange_strong(expected, Info::NONE);
+        return m_isWithdrawn;
     }
 
     /// Asks the target and waits until the handler is done. The target may end before it gets to that.
@@ -96,6 +97,7 @@ private:
 
     Info& m_info;
     unsigned long m_target;
+    bool m_isWithdrawn = false;
 };
 
 ZKBacktrace::Info::Info() : m_mutex(false), m_current(nullptr), m_done(false), m_target(NONE)
