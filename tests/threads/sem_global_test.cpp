@@ -10,11 +10,9 @@
 TEST(SemGlobal, CreatorRemovesWhatUsersShare)
 {
     _ZKSemGlobal creator;
-    EXPECT_EQ(creator.getLockStatus(), "user");
     ASSERT_TRUE(creator.setup(0));
     EXPECT_EQ(creator.setup(0), XCODE_FAILURE);
     int const id = creator.getId();
-    EXPECT_GT(id, 0);
     EXPECT_EQ(creator.getLockStatus(), "creator");
     EXPECT_EQ(creator.getLockName(), String::stringOfFormat("%d (%p)", id, static_cast<void*>(&creator)));
     {
@@ -25,8 +23,16 @@ TEST(SemGlobal, CreatorRemovesWhatUsersShare)
     }
     EXPECT_EQ(::semctl(id, 0, GETVAL), 3) << "a user leaves the semaphore alone";
     EXPECT_TRUE(creator.destroy());
-    EXPECT_EQ(creator.getId(), 0);
     EXPECT_LT(::semctl(id, 0, GETVAL), 0);
+
+    CapturedSyslog log;
+    EXPECT_TRUE(creator.decrementOne().isErr() && creator.initialiseWithValue(1).isErr() &&
+                creator.waitForMinValue(0).isErr());
+    EXPECT_TRUE(log.lines().empty()) << "it isn't set up any more";
+    ASSERT_TRUE(creator.setup(id));
+    EXPECT_EQ(creator.decrementOne(), XCODE_FAILURE);
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].rfind("3 Failed execute semop in ZKSemGlobal: " + std::to_string(id) + " 22: ", 0), 0u);
 }
 
 TEST(SemGlobal, OnlyNegativeChangesReachTheSemaphore)
@@ -39,18 +45,4 @@ TEST(SemGlobal, OnlyNegativeChangesReachTheSemaphore)
     EXPECT_EQ(semaphore.aThrowsBallToB(), XCODE_FAILURE);
     EXPECT_TRUE(semaphore.operation(-1) && semaphore.decrementOne());
     EXPECT_EQ(::semctl(semaphore.getId(), 0, GETVAL), 0);
-}
-
-TEST(SemGlobal, FailuresAreReported)
-{
-    CapturedSyslog log;
-    _ZKSemGlobal none;
-    EXPECT_TRUE(none.decrementOne().isErr() && none.initialiseWithValue(1).isErr() && none.waitForMinValue(0).isErr());
-    EXPECT_TRUE(log.lines().empty());
-    _ZKSemGlobal gone;
-    ASSERT_TRUE(gone.setup(0));
-    ::semctl(gone.getId(), 0, IPC_RMID);
-    EXPECT_EQ(gone.decrementOne(), XCODE_FAILURE);
-    ASSERT_EQ(log.lines().size(), 1u);
-    EXPECT_EQ(log.lines()[0].rfind("3 Failed execute semop in ZKSemGlobal: " + std::to_string(gone.getId()), 0), 0u);
 }

@@ -3,14 +3,14 @@
 #include "tests/captured_syslog.h"
 #include "tests/eventually.h"
 #include "tests/string_printer.h"
+#include "tests/threads/function_thread.h"
 #include "zekovar/foundation/system_code.h"
+#include "zekovar/threads/thread_supervisor.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <memory>
 #include <thread>
-#include <vector>
 
 using ZK::Detail::codeOfErrno;
 
@@ -18,27 +18,12 @@ namespace
 {
 constexpr int NO_LIMIT = 0x7FFFFFFF;
 
-/// Counts the notifications of the lock report.
-class Observed : public ZKSemaphore
+ZKVector<ZKThreadSupervisor::Report> status()
 {
-public:
-    using ZKSemaphore::ZKSemaphore;
-
-    void onWait(unsigned int milliseconds) override
-    {
-        waits += milliseconds == 0;
-        ZKSemaphore::onWait(milliseconds);
-    }
-
-    void onWaitCanceled() override
-    {
-        cancels++;
-        ZKSemaphore::onWaitCanceled();
-    }
-
-    std::atomic<int> waits{0};
-    std::atomic<int> cancels{0};
-};
+    ZKVector<ZKThreadSupervisor::Report> reports;
+    ZKThreadSupervisor::INSTANCE().getStatus(reports);
+    return reports;
+}
 }
 
 TEST(Semaphore, PollTakesWhatIsThereAndTimesOutOtherwise)
@@ -50,10 +35,9 @@ TEST(Semaphore, PollTakesWhatIsThereAndTimesOutOtherwise)
     EXPECT_TRUE(semaphore.signal().isSuccess());
     EXPECT_TRUE(semaphore.signal().isSuccess()) << "at the maximum a signal is dropped, not refused";
     EXPECT_EQ(semaphore.getLockStatus(), "curr=1,max=1");
-    EXPECT_EQ(semaphore.getType(), ZKLock::Type::SEMAPHORE);
 }
 
-TEST(Semaphore, DeadlinePassesInSilenceOnTheOwnClock)
+TEST(Semaphore, DeadlinePassesInSilenceButAFailureIsReported)
 {
     CapturedSyslog log;
     for (ZK::Time::Source const source : {ZK::Time::Source::MONOTONIC, ZK::Time::Source::REALTIME})
@@ -63,58 +47,66 @@ TEST(Semaphore, DeadlinePassesInSilenceOnTheOwnClock)
         EXPECT_EQ(ZKSemaphore(0, 1, source).waitUntil(deadline), codeOfErrno(ETIMEDOUT));
         EXPECT_TRUE(ZK::Time::NOW(source) >= deadline && log.lines().empty());
     }
+    ZKSemaphore semaphore(0, 1, ZK::Time::Source::REALTIME);
+    EXPECT_EQ(semaphore.waitUntil(ZK::Time(1, 2000000000)), codeOfErrno(EINVAL));
+    ASSERT_FALSE(log.lines().empty());
+    EXPECT_EQ(log.lines().back().c_str(),
+              String::stringOfFormat("2 ZKSemaphore %p: waitUntil() failed: INVALID ARGUMENT (22)",
+                                     static_cast<void*>(&semaphore)));
 }
 
-TEST(Semaphore, WaitersShowInTheReportUntilTheyAreServed)
+TEST(Semaphore, ReportShowsAWaiterWithoutLimitUntilItIsServed)
 {
-    XCode (*const unlimited[])(ZKSemaphore&) = {
-        [](ZKSemaphore& semaphore) { return semaphore.wait(); },
-        [](ZKSemaphore& semaphore) { return semaphore.waitFor(NO_LIMIT); },
-        [](ZKSemaphore& semaphore) { return semaphore.waitFor(-1); },
-        [](ZKSemaphore& semaphore) { return semaphore.waitUntil(ZK::Time(-1)); },
-        [](ZKSemaphore& semaphore) { return semaphore.waitUntil(ZK::Time(0x7FFFFFFF)); },
-    };
-    for (auto const wait : unlimited)
+    using Wait = XCode (*)(ZKSemaphore&);
+    for (Wait const wait : {Wait([](ZKSemaphore& semaphore) { return semaphore.wait(); }),
+                            Wait([](ZKSemaphore& semaphore) { return semaphore.waitFor(NO_LIMIT); }),
+                            Wait([](ZKSemaphore& semaphore) { return semaphore.waitUntil(ZK::Time(-1)); }),
+                            Wait([](ZKSemaphore& semaphore) { return semaphore.waitUntil(ZK::Time(0x7FFFFFFF)); })})
     {
-        Observed semaphore(0, NO_LIMIT, ZK::Time::Source::REALTIME);
-        XCode code = XCODE_FAILURE;
-        std::thread waiter([&] { code = wait(semaphore); });
-        EXPECT_TRUE(eventually([&] { return semaphore.waits == 1; }));
+        ZKSemaphore semaphore(0, NO_LIMIT, ZK::Time::Source::REALTIME);
+        FunctionThread waiter(
+            [&]
+            {
+                EXPECT_TRUE(wait(semaphore));
+                EXPECT_TRUE(status()[0].waiting.isEmpty());
+            });
+        ASSERT_TRUE(waiter.start(""));
+        ZKVector<ZKThreadSupervisor::Report> reports;
+        EXPECT_TRUE(eventually(
+            [&]
+            {
+                reports = status();
+                return reports.size() == 1 && reports[0].waiting.size() == 1 &&
+                       reports[0].waiting[0].type == ZKLock::Type::SEMAPHORE; // not its mutex
+            }));
         EXPECT_TRUE(semaphore.signal());
         waiter.join();
-        EXPECT_TRUE(code);
-        EXPECT_EQ(semaphore.cancels, semaphore.waits);
+        ASSERT_TRUE(reports.size() == 1 && reports[0].waiting.size() == 1);
+        EXPECT_EQ(reports[0].waiting[0].name, semaphore.getLockName());
+        EXPECT_EQ(reports[0].waiting[0].status, "curr=0,max=2147483647");
         EXPECT_EQ(semaphore.waitFor(0), codeOfErrno(ETIMEDOUT)) << "one unit was taken";
     }
 }
 
 TEST(Semaphore, UnitsAreNeitherLostNorMade)
 {
-    constexpr int THREADS = 4;
     constexpr int UNITS = 500;
     ZKSemaphore semaphore(0, NO_LIMIT, ZK::Time::Source::MONOTONIC);
-    std::atomic<int> taken{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < THREADS; i++)
+    auto const give = [&]
     {
-        threads.emplace_back(
-            [&]
-            {
-                for (int k = 0; k < UNITS; k++)
-                    semaphore.signal();
-            });
-        threads.emplace_back(
-            [&]
-            {
-                // short deadlines pass all the time: a time-out must neither take a unit nor swallow another one's signal
-                for (int k = 0; k < UNITS;)
-                    k += k % 2 == 0 ? semaphore.waitFor(1).isSuccess() : semaphore.wait().isSuccess();
-                taken += UNITS;
-            });
+        for (int k = 0; k < UNITS; k++)
+            semaphore.signal();
+    };
+    auto const take = [&]
+    {
+        // short deadlines pass all the time: a time-out must neither cost a unit nor swallow another one's signal
+        for (int k = 0; k < UNITS;)
+            k += k % 2 == 0 ? semaphore.waitFor(1).isSuccess() : semaphore.wait().isSuccess();
+    };
+    {
+        std::jthread const threads[] = {std::jthread(give), std::jthread(take), std::jthread(give),
+                                        std::jthread(take), std::jthread(give), std::jthread(take)};
     }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(taken, THREADS * UNITS);
     EXPECT_EQ(semaphore.getLockStatus(), "curr=0,max=2147483647");
 }
 
@@ -128,15 +120,4 @@ TEST(Semaphore, LastWaiterMayDestroyIt)
         semaphore.reset();
         signaller.join();
     }
-}
-
-TEST(Semaphore, FailuresAreReportedOnTheSystemMonitor)
-{
-    CapturedSyslog log;
-    ZKSemaphore semaphore(0, 1, ZK::Time::Source::REALTIME);
-    EXPECT_EQ(semaphore.waitUntil(ZK::Time(1, 2000000000)), codeOfErrno(EINVAL));
-    String const expected = String::stringOfFormat("2 ZKSemaphore %p: waitUntil() failed: INVALID ARGUMENT (22)",
-                                                   static_cast<void*>(&semaphore));
-    ASSERT_FALSE(log.lines().empty());
-    EXPECT_EQ(String(log.lines().back().c_str()), expected);
 }

@@ -1,6 +1,7 @@
 #include "zekovar/files/file.h"
 
 #include "zekovar/foundation/system_code.h"
+#include "zekovar/threads/no_cancellation.h"
 
 #include <csignal>
 #include <cstdio>
@@ -49,6 +50,7 @@ ZKFile& ZKFile::operator=(ZKFile const& other)
 
 ZKFile::~ZKFile()
 {
+    ZK::Detail::NoCancellation const noCancellation;
     giveUp();
 }
 

@@ -3,6 +3,7 @@
 #include "zekovar/foundation/random.h"
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/threads/auto_lock.h"
+#include "zekovar/threads/no_cancellation.h"
 
 #include <climits>
 #include <fcntl.h>
@@ -25,6 +26,7 @@ ZKSemFifo::ZKSemFifo(int id, int initial)
 ZKSemFifo::~ZKSemFifo()
 {
     leaveReport();
+    ZK::Detail::NoCancellation const noCancellation;
     m_file.close();
     removeFifo();
 }

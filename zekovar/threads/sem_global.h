@@ -41,8 +41,8 @@ public:
     /// Looks each 100 ms until the value is at least `value`.
     XCode waitForMinValue(int value);
 
-    /// Adds `delta`, blocking while the value is too small for it. Only a negative `delta` is accepted; 0 and above
-    /// fail without touching the semaphore.
+    /// Adds `delta`, which is negative, blocking while the value is too small for it. 0 to 65535 fail without touching
+    /// the semaphore. A semaphore knows 16 bits: of any other `delta` these count, with their sign.
     XCode operation(int delta);
 
     /// Always fails: see `operation`.

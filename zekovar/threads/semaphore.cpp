@@ -4,6 +4,7 @@
 #include "zekovar/foundation/string.h"
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/threads/auto_lock.h"
+#include "zekovar/threads/no_cancellation.h"
 #include "zekovar/threads/thread.h"
 
 #include <sched.h>
@@ -32,6 +33,7 @@ ZKSemaphore::ZKSemaphore(int initial, int maximum, ZK::Time::Source source)
 ZKSemaphore::~ZKSemaphore()
 {
     leaveReport();
+    ZK::Detail::NoCancellation const noCancellation;
     // The signaller that woke the last waiter is a few instructions from its end, unless a real-time thread that is here
     // keeps it from the processor by mere yielding.
     for (int turn = 0; m_signalling.load(std::memory_order_acquire) != 0; turn++)
