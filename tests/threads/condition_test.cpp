@@ -12,55 +12,7 @@
 
 namespace
 {
-constexpr ZK::Time::Source SOURCES[] = {ZK::Time::Source::MONOTONIC, ZK::Time::Source::REALTIME};
-
 XCode const TIMED_OUT = ZK::Detail::codeOfErrno(ETIMEDOUT);
-}
-
-TEST(ThreadCondition, HandsOverBetweenThreads)
-{
-    for (ZK::Time::Source source : SOURCES)
-    {
-        ZKMutex mutex(false);
-        ZKThreadCondition condition(mutex, source);
-        int turn = 0;
-        auto const play = [&](int self)
-        {
-            for (int i = 0; i < 100; i++)
-            {
-                ZKAutoLock<ZKMutex> guard(mutex);
-                while (turn != self)
-                    EXPECT_TRUE(condition.wait().isSuccess());
-                turn = 1 - self;
-                EXPECT_TRUE((i % 2 == 0 ? condition.signal() : condition.broadcast()).isSuccess());
-            }
-        };
-        FunctionThread other([&] { play(1); });
-        other.start("");
-        play(0);
-        other.join();
-        EXPECT_EQ(turn, 0);
-        EXPECT_EQ(mutex.getLockCount(), 0u);
-    }
-}
-
-TEST(ThreadCondition, TimeOutIsSilentAndLeavesTheMutexHeld)
-{
-    for (ZK::Time::Source source : SOURCES)
-    {
-        ZKMutex mutex(false);
-        ZKThreadCondition condition(mutex, source);
-        CapturedSyslog captured;
-        ZKAutoLock<ZKMutex> guard(mutex);
-        XCode code;
-        while ((code = condition.waitFor(5)).isSuccess())
-        {
-        }
-        EXPECT_EQ(code, TIMED_OUT);
-        EXPECT_EQ(condition.waitUntil(ZK::Time(0)), TIMED_OUT);
-        EXPECT_EQ(mutex.getLockCount(), 1u);
-        EXPECT_TRUE(captured.lines().empty());
-    }
 }
 
 TEST(ThreadCondition, WaitTakesAFreeMutexAndTimedWaitRefusesIt)

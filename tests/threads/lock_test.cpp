@@ -31,17 +31,6 @@ TEST(Lock, KindsHaveNames)
         EXPECT_STREQ(ZKLock::Type::NAME(static_cast<ZKLock::Type::Value>(type)), names[type]);
 }
 
-TEST(Lock, BaseIsNamedByItsAddressAndLocksNothing)
-{
-    ZKLock lock(ZKLock::Type::EPOLL);
-    EXPECT_EQ(lock.getLockName(), String::stringOfFormat("%p", static_cast<void*>(&lock)));
-    EXPECT_TRUE(lock.getLockStatus().isEmpty());
-    EXPECT_TRUE(lock.lock().isSuccess());
-    lock.unlock();
-    EXPECT_EQ(lock.getLockCount(), 0u);
-    EXPECT_EQ(lock.getType(), ZKLock::Type::EPOLL);
-}
-
 TEST(Lock, ForeignThreadCountsButIsNoHolder)
 {
     ZKLock lock(ZKLock::Type::MUTEX);
@@ -127,24 +116,4 @@ TEST(Lock, DestroyedThreadIsNoHolder)
     EXPECT_EQ(locks[1].getHolder(), nullptr);
     EXPECT_EQ(locks[2].getHolder(), nullptr);
     EXPECT_EQ(locks[2].getLockCount(), 1u);
-}
-
-TEST(AutoLock, TriesUntilTheLockIsHeld)
-{
-    struct Reluctant
-    {
-        XCodeValue lock() { return ++tries < 3 ? XCODE_FAILURE : XCODE_SUCCESS; }
-
-        void unlock() { unlocks++; }
-
-        int tries = 0;
-        int unlocks = 0;
-    } lock;
-
-    {
-        ZKAutoLock<Reluctant> guard(lock);
-        EXPECT_EQ(lock.tries, 3);
-        EXPECT_EQ(lock.unlocks, 0);
-    }
-    EXPECT_EQ(lock.unlocks, 1);
 }

@@ -77,15 +77,6 @@ TEST(Mutex, ContendedLockShowsItsWaitGrowingBySeconds)
     EXPECT_EQ(mutex.m_log, expected);
 }
 
-TEST(Mutex, FreeLockPassesAllNotifications)
-{
-    Door unused(0);
-    ObservedMutex mutex(1, unused);
-    EXPECT_TRUE(mutex.lock().isSuccess());
-    EXPECT_EQ(mutex.m_log, (std::vector<std::string>{"wait 0", "cancelled", "locked"}));
-    mutex.unlock();
-}
-
 TEST(Mutex, RecursiveMutexKeepsItsHolderUntilTheLastUnlock)
 {
     ZKMutex mutex(true);
@@ -103,30 +94,6 @@ TEST(Mutex, RecursiveMutexKeepsItsHolderUntilTheLastUnlock)
         .run();
 }
 
-TEST(Mutex, ExcludesAndCountsUnderContention)
-{
-    constexpr int ROUNDS = 2000;
-    ZKMutex mutex(false);
-    int total = 0;
-    auto const add = [&]
-    {
-        for (int i = 0; i < ROUNDS; i++)
-        {
-            ZKAutoLock<ZKMutex> guard(mutex);
-            total++;
-        }
-    };
-    FunctionThread first(add), second(add);
-    first.start("");
-    second.start("");
-    add();
-    first.join();
-    second.join();
-    EXPECT_EQ(total, 3 * ROUNDS);
-    EXPECT_EQ(mutex.getLockCount(), 0u);
-    EXPECT_EQ(mutex.getHolder(), nullptr);
-}
-
 TEST(Mutex, FailingUnlockIsLogged)
 {
 #ifdef __SANITIZE_THREAD__
@@ -141,25 +108,4 @@ TEST(Mutex, FailingUnlockIsLogged)
                                         static_cast<void*>(&mutex), EPERM)
                      .c_str());
     EXPECT_EQ(mutex.getLockCount(), ~0u) << "the count has already gone down, unchecked";
-}
-
-TEST(Mutex, ProcessHasOneOfEachKind)
-{
-    EXPECT_EQ(&FAST_MUTEX(), &FAST_MUTEX());
-    EXPECT_NE(&FAST_MUTEX(), &RECURSIVE_MUTEX());
-    ZKAutoLock<ZKMutex> guard(RECURSIVE_MUTEX());
-    EXPECT_TRUE(RECURSIVE_MUTEX().lock().isSuccess());
-    RECURSIVE_MUTEX().unlock();
-}
-
-TEST(MutexPrivate, RecursiveKindIsChosenByTheFlag)
-{
-    ZKMutexPrivate mutex(true);
-    EXPECT_EQ(mutex.lock(), XCODE_SUCCESS);
-    EXPECT_EQ(mutex.lock(), XCODE_SUCCESS);
-    EXPECT_EQ(mutex.unlock(), 0);
-    EXPECT_EQ(mutex.unlock(), 0);
-#ifndef __SANITIZE_THREAD__
-    EXPECT_EQ(mutex.unlock(), EPERM);
-#endif
 }

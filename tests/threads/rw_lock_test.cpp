@@ -40,31 +40,6 @@ TEST(RWLock, FirstReaderStaysHolderUntilTheLastOneLeaves)
     end.release();
 }
 
-TEST(RWLock, WriterExcludesReadersAndWriters)
-{
-    constexpr int ROUNDS = 1000;
-    ZKRWLock lock;
-    int first = 0, second = 0;
-    auto const work = [&]
-    {
-        for (int i = 0; i < ROUNDS; i++)
-        {
-            {
-                ZKAutoLock<ZKRWLock::Lock> guard(lock.getWriteLock());
-                first++;
-                second++;
-            }
-            ZKAutoLock<ZKRWLock::Lock> guard(lock.getReadLock());
-            EXPECT_EQ(first, second);
-        }
-    };
-    FunctionThread other(work);
-    other.start("");
-    work();
-    other.join();
-    EXPECT_EQ(first, 2 * ROUNDS);
-}
-
 TEST(RWLock, LockThatWouldWaitForItselfFailsAndIsLogged)
 {
     ZKRWLock lock;

@@ -54,14 +54,3 @@ TEST(ThreadAttributeType, ClearDeletesAndEmpties)
     ZKThreadAttributeType::DESTROY_ATTRIBUTE(nullptr);
     EXPECT_EQ(&ZKThreadAttribute().getType(), &ZKThreadAttributeType::s_none);
 }
-
-TEST(ThreadAttributeType, WithoutASlotEverythingFailsQuietly)
-{
-    std::vector<std::unique_ptr<ZKThreadAttributeType>> types;
-    for (int i = 0; i < 1 + PTHREAD_KEYS_MAX; i++)
-        types.push_back(std::make_unique<ZKThreadAttributeType>(ZKThreadAttributeType::KEEP_ATTRIBUTE));
-    ZKThreadAttribute attribute;
-    EXPECT_EQ(types.back()->set(&attribute), XCODE_FAILURE);
-    EXPECT_EQ(types.back()->get(), nullptr);
-    types.back()->clear();
-}
