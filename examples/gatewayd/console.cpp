@@ -70,6 +70,7 @@ void Console::serve(Workbench& workbench)
         // the terminal is shared with the shell, which expects it as it was
         m_input.setBlocking(true);
     }
+    takePromptAway();
     say(String(String::Formatted(), "gatewayd ends: %s", m_reason.c_str()));
 }
 
@@ -211,6 +212,16 @@ void Console::showPrompt()
     {
         m_isPromptShown = true;
         writeLocked(PROMPT);
+    }
+}
+
+void Console::takePromptAway()
+{
+    ZKAutoLock<ZKMutex> guard(m_outputMutex);
+    if (m_isPromptShown)
+    {
+        m_isPromptShown = false;
+        writeLocked(ERASE_LINE);
     }
 }
 

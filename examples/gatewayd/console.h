@@ -45,6 +45,7 @@ private:
     void readSignals();
     void serveLines();
     void showPrompt();
+    void takePromptAway();
     void writeLocked(String const& text);
 
     ZKEventLoop m_loop;
