@@ -59,10 +59,13 @@ XCode ZKSemaphore::take(ZK::Time const* deadline)
         onWait(0);
         XCode const code = deadline != nullptr ? m_condition.waitUntil(*deadline) : m_condition.wait();
         onWaitCanceled();
-        bool const isOver = code.isErr() && code != codeOfErrno(EINTR);
-        // A sleeper whose time is over may have used up the signal: it takes the unit, or no other sleeper would.
-        if (isOver && (code != codeOfErrno(ETIMEDOUT) || m_current.load(std::memory_order_relaxed) <= 0))
+        if (code.isErr() && code != codeOfErrno(EINTR))
+        {
+            // A sleeper whose time is over may have used up the signal of a unit, which is another sleeper's then.
+            if (m_current.load(std::memory_order_relaxed) > 0)
+                m_condition.signal();
             return code;
+        }
     }
     m_current.fetch_sub(1, std::memory_order_relaxed);
     return XCODE_SUCCESS;
