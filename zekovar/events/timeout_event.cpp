@@ -108,8 +108,7 @@ XCode _ZKTimeoutEvent::startOnDescriptor(unsigned int milliseconds, bool periodi
     {
         if (XCode code = ZK::Detail::openTimer(m_timerFile); code.isErr())
             return code;
-        if (XCode code = enable(m_timerFile, READ); code.isErr())
-            return code;
+        enable(m_timerFile, READ);
     }
     return ZK::Detail::armTimer(m_timerFile, milliseconds, periodic);
 }
