@@ -17,15 +17,10 @@ void logFailure()
     ZK::Detail::logToSystemMonitor(LOG_CRIT, "EVENT SYNCHRONIZATION FAILED");
 }
 
-ZKThreadAttributeSynchronized* currentList()
-{
-    return static_cast<ZKThreadAttributeSynchronized*>(ZKThreadAttributeSynchronized::s_attributeType.get());
-}
-
 /// The calling thread's list, made with the own id in it if there is none yet; null if it can't be stored.
 ZKThreadAttributeSynchronized* obtainList()
 {
-    if (ZKThreadAttributeSynchronized* list = currentList())
+    if (ZKThreadAttributeSynchronized* list = ZKThreadAttributeSynchronized::CURRENT())
         return list;
     auto list = std::make_unique<ZKThreadAttributeSynchronized>();
     list->pushThread(ZKThread::CURRENT_ID());
@@ -79,7 +74,7 @@ XCode ZKEventSync::synchronize()
 
 void ZKEventSync::unsynchronize()
 {
-    ZKThreadAttributeSynchronized* list = currentList();
+    ZKThreadAttributeSynchronized* list = ZKThreadAttributeSynchronized::CURRENT();
     unsigned long const target = m_thread->getId();
     if (list == nullptr || !list->hasLevel(target))
         return;
@@ -137,13 +132,6 @@ XCode ZKEventSync::stopLoop()
     return code;
 }
 
-ZKAutoLock<ZKEventLoop>::ZKAutoLock(ZKEventLoop& loop) : m_loop(loop)
+ZKAutoLock<ZKEventLoop>::ZKAutoLock(ZKEventLoop& loop) : m_stop(loop.getEventSync(EventPrio::NORMAL))
 {
-    while (m_loop.getEventSync(EventPrio::NORMAL).lock().isErr())
-        continue;
-}
-
-ZKAutoLock<ZKEventLoop>::~ZKAutoLock()
-{
-    m_loop.getEventSync(EventPrio::NORMAL).unlock();
 }

@@ -6,8 +6,6 @@
 #include "zekovar/threads/mutex.h"
 #include "zekovar/threads/semaphore.h"
 
-#include <atomic>
-
 class ZKEvent;
 class ZKEventLoop;
 class ZKThread;
@@ -76,15 +74,11 @@ private:
 
 /// Synchronises to a loop at normal priority for a scope.
 template <>
-class ZKAutoLock<ZKEventLoop>
+class [[nodiscard]] ZKAutoLock<ZKEventLoop>
 {
 public:
     explicit ZKAutoLock(ZKEventLoop& loop);
-    ~ZKAutoLock();
-
-    ZKAutoLock(ZKAutoLock const&) = delete;
-    ZKAutoLock& operator=(ZKAutoLock const&) = delete;
 
 private:
-    ZKEventLoop& m_loop;
+    ZKAutoLock<ZKEventSync> m_stop;
 };

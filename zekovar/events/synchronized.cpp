@@ -5,15 +5,11 @@
 #include "zekovar/threads/thread.h"
 
 #include <algorithm>
-#include <iterator>
 #include <syslog.h>
 
-namespace
+ZKThreadAttributeSynchronized* ZKThreadAttributeSynchronized::CURRENT()
 {
-ZKThreadAttributeSynchronized const* currentList()
-{
-    return static_cast<ZKThreadAttributeSynchronized*>(ZKThreadAttributeSynchronized::s_attributeType.get());
-}
+    return static_cast<ZKThreadAttributeSynchronized*>(s_attributeType.get());
 }
 
 ZKThreadAttributeSynchronized::ZKThreadAttributeSynchronized()
@@ -70,31 +66,23 @@ void ZKThreadAttributeSynchronized::enterLevel(unsigned long id)
 
 void ZKThreadAttributeSynchronized::leaveLevel(unsigned long id)
 {
-    if (auto const level = std::find(m_unlisted.rbegin(), m_unlisted.rend(), id); level != m_unlisted.rend())
+    if (auto const level = std::find(m_unlisted.begin(), m_unlisted.end(), id); level != m_unlisted.end())
     {
-        m_unlisted.erase(std::prev(level.base()));
+        m_unlisted.erase(level);
         return;
     }
-    if (m_count != 0 && m_threads[m_count - 1] == id)
-    {
-        popThread();
-        return;
-    }
-    // two loops let go in the order in which they were stopped
+    // not always the last entry: loops may be let go in the order in which they were stopped
     auto* const end = m_threads + m_count;
     auto* const level = std::find_end(m_threads, end, &id, &id + 1);
-    if (level != end)
-    {
-        std::copy(level + 1, end, level);
-        m_count--;
-    }
+    std::copy(level + 1, end, level);
+    m_count--;
 }
 
 bool isCurrentThreadSynchronizedTo(unsigned long threadId)
 {
     if (ZKThread::CURRENT_HAS_ID(threadId))
         return true;
-    ZKThreadAttributeSynchronized const* list = currentList();
+    ZKThreadAttributeSynchronized const* list = ZKThreadAttributeSynchronized::CURRENT();
     return list != nullptr && list->containsThread(threadId);
 }
 
@@ -105,8 +93,14 @@ bool isCurrentThreadSynchronizedTo(ZKThread const& thread)
 
 bool isCurrentThreadSynchronizedTo(String const& threadName)
 {
-    ZKThread const* thread = ZKThread::GET_BY_NAME(threadName);
-    return thread != nullptr && isCurrentThreadSynchronizedTo(*thread);
+    // The thread is only compared, never touched: unless this one has stopped it, it may be going just now.
+    ZKThread const* const thread = ZKThread::GET_BY_NAME(threadName);
+    if (thread == nullptr || thread == ZKThread::CURRENT())
+        return thread != nullptr;
+    ZKVector<unsigned long> ids;
+    getCurrentThreadSynchornization(ids);
+    return std::any_of(ids.begin(), ids.end(),
+                       [thread](unsigned long id) { return ZKThread::GET_BY_ID(id) == thread; });
 }
 
 bool isCurrentThreadSynchronizedTo(ZKEventLoop const& loop)
@@ -147,7 +141,7 @@ String getThreadName(ZKEventQueue const& queue)
 void getCurrentThreadSynchornization(ZKVector<unsigned long>& threadIds)
 {
     threadIds.clear();
-    ZKThreadAttributeSynchronized const* list = currentList();
+    ZKThreadAttributeSynchronized const* list = ZKThreadAttributeSynchronized::CURRENT();
     if (list == nullptr)
         return;
     for (unsigned int i = 0; i < list->count(); i++)

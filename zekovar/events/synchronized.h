@@ -22,6 +22,9 @@ public:
 
     static ZKThreadAttributeType s_attributeType;
 
+    /// The calling thread's list; null if it never synchronised.
+    static ZKThreadAttributeSynchronized* CURRENT();
+
     ZKThreadAttributeSynchronized();
 
     void clearThreads();
@@ -49,6 +52,8 @@ private:
     bool hasLevel(unsigned long id) const;
 
     void enterLevel(unsigned long id);
+
+    /// Ends a level on that thread, which there must be.
     void leaveLevel(unsigned long id);
 
     unsigned long m_threads[CAPACITY];
