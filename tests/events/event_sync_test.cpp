@@ -1,13 +1,14 @@
 #include "zekovar/events/event_sync.h"
 
+#include "tests/captured_syslog.h"
 #include "tests/events/loop_fixture.h"
 #include "zekovar/events/blocking_event.h"
 #include "zekovar/events/synchronized.h"
-#include "zekovar/threads/thread_supervisor.h"
+#include "zekovar/threads/thread.h"
 
-#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -40,7 +41,7 @@ std::vector<unsigned long> currentList()
 }
 }
 
-TEST(EventSync, LoopsOwnThreadIsGrantedAtOnce)
+TEST(EventSync, LoopsOwnThreadIsGrantedAtOnceAndShownAsTheHolder)
 {
     RunningLoop loop;
     runOn(loop,
@@ -50,6 +51,8 @@ TEST(EventSync, LoopsOwnThreadIsGrantedAtOnce)
               ZKEventSync& sync = loop.getEventSync(EventPrio::LOW);
               EXPECT_TRUE(sync.synchronize().isSuccess());
               EXPECT_EQ(currentList(), (std::vector<unsigned long>(2, loop.getThread().getId())));
+              EXPECT_EQ(sync.getHolder(), &loop.getThread());
+              EXPECT_EQ(sync.getLockName(), String::stringOfFormat("Test-%p", static_cast<void*>(&sync)));
               sync.unsynchronize();
               EXPECT_EQ(currentList().size(), 1u);
               sync.unsynchronize();
@@ -65,11 +68,13 @@ TEST(EventSync, NestedLevelsPostOneEventAndTheLastOneLetsTheLoopGo)
     std::thread holder(
         [&]
         {
+            EXPECT_TRUE(currentList().empty()) << "it never synchronised";
             ASSERT_TRUE(sync.lock().isSuccess()) << "it blocks until the loop runs";
             ASSERT_TRUE(loop.getEventSync(EventPrio::HIGH).lock().isSuccess()) << "any priority nests";
             for (int i = 0; i < 40; i++)
                 ASSERT_TRUE(sync.lock().isSuccess());
             EXPECT_EQ(currentList().size(), 32u) << "the list is full, the levels go on";
+            EXPECT_EQ(ZKThreadAttributeSynchronized::CURRENT()->pushThread(1), XCODE_FAILURE);
             EXPECT_EQ(addedTo(loop), 1u);
             auto* event = new ZKEvent(loop, EventPrio::HIGH, nullptr, nullptr);
             event->set();
@@ -104,20 +109,17 @@ TEST(EventSync, OnlyTheHolderIsSynchronised)
         ZKAutoLock<ZKEventLoop> stop(loop);
         expectAll(true);
         EXPECT_EQ(currentList(), (std::vector<unsigned long>{ZKThread::CURRENT_ID(), thread.getId()}));
+        std::thread([&] { expectAll(false); }).join();
+        CapturedSyslog captured;
         printCurrentSynchronizationToSyslog(7);
-        std::thread(
-            [&]
-            {
-                expectAll(false);
-                EXPECT_TRUE(currentList().empty()) << "it never synchronised";
-            })
-            .join();
+        String const self = ZKThread::CURRENT_NAME();
+        EXPECT_EQ(captured.lines(),
+                  (std::vector<std::string>{String::stringOfFormat("7 Current Thread %s is synchronized to %s, Test",
+                                                                   self.c_str(), self.c_str())
+                                                .c_str()}));
     }
     expectAll(false);
-    EXPECT_TRUE(isCurrentThreadSynchronizedTo(ZKThread::CURRENT_ID()));
     runOn(loop, [&] { expectAll(true); });
-    EXPECT_EQ(getThreadName(loop.getQueue(EventPrio::HIGH)), "Test");
-    EXPECT_EQ(getThreadName(String("as it stands")), "as it stands");
 }
 
 TEST(EventSync, LoopsMayBeReleasedInTheOrderInWhichTheyWereStopped)
@@ -131,38 +133,4 @@ TEST(EventSync, LoopsMayBeReleasedInTheOrderInWhichTheyWereStopped)
     runOn(first, [] {});
     second.getEventSync(EventPrio::NORMAL).unlock();
     runOn(second, [] {});
-}
-
-TEST(EventSync, LockReportShowsWhoHoldsTheLoop)
-{
-    RunningLoop holder, shown;
-    runOn(holder,
-          [&]
-          {
-              ZKAutoLock<ZKEventLoop> stop(shown);
-              ZKVector<ZKThreadSupervisor::Report> reports;
-              ZKThreadSupervisor::INSTANCE().getStatus(reports);
-              auto const* own = std::find_if(reports.begin(), reports.end(),
-                                             [](auto const& report) { return report.id == ZKThread::CURRENT_ID(); });
-              ASSERT_NE(own, reports.end());
-              ASSERT_FALSE(own->obtained.isEmpty());
-              auto const& newest = *(own->obtained.end() - 1);
-              EXPECT_EQ(newest.type, ZKLock::Type::SYNC_EVENT);
-              void const* const sync = &shown.getEventSync(EventPrio::NORMAL);
-              EXPECT_EQ(newest.name, String::stringOfFormat("Test-%p", sync));
-          });
-}
-
-TEST(SynchronizedAttribute, KeepsThirtyTwoIds)
-{
-    ZKThreadAttributeSynchronized list;
-    for (unsigned long id = 1; id <= 32; id++)
-        EXPECT_TRUE(list.pushThread(id).isSuccess());
-    EXPECT_EQ(list.pushThread(33), XCODE_FAILURE);
-    EXPECT_EQ(list.getThread(31), 32u);
-    EXPECT_EQ(list.getThread(32), 0u);
-    EXPECT_EQ(list.popThread(), 32u);
-    list.clearThreads();
-    EXPECT_EQ(list.popThread(), 0u);
-    EXPECT_FALSE(list.containsThread(1));
 }

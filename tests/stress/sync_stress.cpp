@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <random>
 #include <thread>
 #include <vector>
@@ -179,16 +180,16 @@ private:
     std::array<uint64_t, LOOPS> m_lossy{};
 };
 
-void check(Stations& stations, std::vector<Traveller*> const& travellers)
+void check(Stations& stations, std::deque<Traveller> const& travellers)
 {
     for (int loop = 0; loop < LOOPS; loop++)
     {
         ZKAutoLock<ZKEventLoop> stop(stations[loop].loop());
         uint64_t visits = stations[loop].ticks();
-        for (Traveller const* traveller : travellers)
+        for (Traveller const& traveller : travellers)
         {
-            visits += traveller->visitsOf(loop);
-            require(traveller->servedOf(loop) == traveller->callsOf(loop), "every kept call was served once");
+            visits += traveller.visitsOf(loop);
+            require(traveller.servedOf(loop) == traveller.callsOf(loop), "every kept call was served once");
         }
         require(visits == stations[loop].visits(), "the visits add up");
         std::printf("%s: %llu visits\n", stations[loop].loop().getName().c_str(),
@@ -200,12 +201,12 @@ void run(int seconds)
 {
     Stations stations{Station("A"), Station("B"), Station("C"), Station("D")};
     std::atomic<bool> done = false;
-    std::vector<Traveller*> travellers;
+    std::deque<Traveller> travellers;
     std::vector<std::thread> threads;
     for (unsigned int i = 0; i < THREADS; i++)
-        travellers.push_back(new Traveller(stations, i + 1));
-    for (Traveller* traveller : travellers)
-        threads.emplace_back([traveller, &done] { traveller->run(done); });
+        travellers.emplace_back(stations, i + 1);
+    for (Traveller& traveller : travellers)
+        threads.emplace_back([&traveller, &done] { traveller.run(done); });
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
     done = true;
     for (std::thread& thread : threads)
@@ -213,8 +214,6 @@ void run(int seconds)
     for (Station& station : stations)
         ZKAutoLock<ZKEventSync> behindAllOthers(station.loop().getEventSync(EventPrio::LOW));
     check(stations, travellers);
-    for (Traveller* traveller : travellers)
-        delete traveller;
 }
 }
 
