@@ -13,6 +13,7 @@
 #include <thread>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 #ifdef ZEKOVAR_BENCH_HAS_ASIO
 #include <asio.hpp>
@@ -82,17 +83,20 @@ void PostFromAnotherThread_Zekovar(benchmark::State& state)
 {
     Loop loop;
     Countdown countdown;
-    auto* const event = new ZKEvent(loop, EventPrio::NORMAL, &Countdown::CALL, &countdown);
+    std::vector<ZKEvent*> events; // as many as the peer allocates for its posts
+    for (int i = 0; i < BURST; ++i)
+        events.push_back(new ZKEvent(loop, EventPrio::NORMAL, &Countdown::CALL, &countdown));
     for (auto _ : state)
     {
         countdown.left = BURST;
-        for (int i = 0; i < BURST; ++i)
+        for (ZKEvent* event : events)
             event->set();
         countdown.finish.wait();
     }
     finishItems(state, BURST);
     loop.stop();
-    event->destroy();
+    for (ZKEvent* event : events)
+        event->destroy();
 }
 
 /// Posts the next burst in the last call of the one before.
