@@ -149,9 +149,10 @@ void ZKEventLoop::ON_TRIGGER(void* loop)
 
 void ZKEventLoop::drainQueues()
 {
+    ZK::Time now;
     unsigned int priority = 0;
     while (priority < EventPrio::COUNT)
-        priority = m_queues[priority]->processEvent() ? 0 : priority + 1;
+        priority = m_queues[priority]->processEvent(now) ? 0 : priority + 1;
 }
 
 bool ZKEventLoop::hasEvents() const

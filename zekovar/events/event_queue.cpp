@@ -14,17 +14,9 @@
 
 namespace
 {
-uint64_t nanosecondsBetween(ZK::Time const& earlier, ZK::Time const& later)
+uint64_t nanosecondsOf(ZK::Time const& time)
 {
-    auto const seconds = static_cast<int64_t>(later.getSeconds()) - static_cast<int64_t>(earlier.getSeconds());
-    auto const nanoseconds = static_cast<int64_t>(later.getNanoseconds()) - earlier.getNanoseconds();
-    return static_cast<uint64_t>(seconds * 1000000000 + nanoseconds);
-}
-
-/// Never negative: two threads' readings may differ by a little.
-uint64_t millisecondsBetween(ZK::Time const& earlier, ZK::Time const& later)
-{
-    return static_cast<uint64_t>(std::max(later.millisecondsSince(earlier), 0LL));
+    return static_cast<uint64_t>(time.getSeconds()) * 1000000000 + static_cast<uint64_t>(time.getNanoseconds());
 }
 
 /// For a figure that only the loop's thread raises, while other threads read and reset it.
@@ -55,14 +47,26 @@ private:
 }
 
 ZKEventQueue::ZKEventQueue(ZKEventLoop& loop, String const& name, unsigned int, unsigned int levelHint)
-    : m_loop(loop), m_name(name), m_levelHint(levelHint), m_mutex(true), m_processing(false), m_fillLevel(0)
+    : m_loop(loop),
+      m_name(name),
+      m_levelHint(levelHint),
+      m_mutex(true),
+      m_added(0),
+      m_maxFillLevel(0),
+      m_maxFillLevelInterval(0),
+      m_addedTimes(0),
+      m_removedSeen(0),
+      m_addedCount(0),
+      m_processing(false),
+      m_removalMutex(false),
+      m_removedCount(0)
 {
 }
 
 ZKEventQueue::~ZKEventQueue()
 {
     EventInfo info;
-    while (takeFirst(info))
+    while (takeFirst(info, ZK::Time()))
     {
         info.event->cancel();
         info.event->process();
@@ -88,30 +92,39 @@ XCode ZKEventQueue::addEvent(ZKEvent* event)
     return XCODE_SUCCESS;
 }
 
-bool ZKEventQueue::takeFirst(EventInfo& info)
+bool ZKEventQueue::takeFirst(EventInfo& info, ZK::Time const& now)
 {
-    if (m_fillLevel.load(std::memory_order_relaxed) == 0)
-        return false;
-    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-    if (m_entries.empty())
-        return false;
-    info = m_entries.front();
-    m_entries.pop_front();
-    info.removed = ZK::Detail::eventTime();
-    onEventRemoved(info);
+    if (m_batch.empty())
+    {
+        if (!hasEvents())
+            return false;
+        ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
+        m_batch.swap(m_entries);
+    }
+    info = m_batch.front();
+    m_batch.pop_front();
+    onEventRemoved(info, now);
     return true;
 }
 
 bool ZKEventQueue::processEvent()
 {
+    ZK::Time now;
+    return processEvent(now);
+}
+
+bool ZKEventQueue::processEvent(ZK::Time& now)
+{
     EventInfo info;
-    if (!takeFirst(info))
+    if (!takeFirst(info, now))
         return false;
     m_processing.store(true, std::memory_order_relaxed);
     info.event->process();
     m_processing.store(false, std::memory_order_relaxed);
-    info.processed = ZK::Detail::eventTime();
+    info.processed = std::max(ZK::Detail::eventTime(), info.removed);
     onProcessed(info);
+    // a destructor may take its time
+    now = info.event->getRefCount() > 1 ? info.processed : ZK::Time();
     info.event->release();
     delete info.backtrace;
     return true;
@@ -119,20 +132,20 @@ bool ZKEventQueue::processEvent()
 
 unsigned int ZKEventQueue::getFillLevel() const
 {
-    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-    return static_cast<unsigned int>(m_entries.size());
+    uint32_t const removed = m_removedCount.load(std::memory_order_acquire);
+    return m_addedCount.load(std::memory_order_acquire) - removed;
 }
 
 uint64_t ZKEventQueue::getAddedCount() const
 {
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-    return m_statistics.added;
+    return m_added;
 }
 
 uint64_t ZKEventQueue::getMaxFillLevel() const
 {
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-    return m_statistics.maxFillLevel;
+    return m_maxFillLevel;
 }
 
 uint64_t ZKEventQueue::getProcessedCount() const
@@ -142,16 +155,19 @@ uint64_t ZKEventQueue::getProcessedCount() const
 
 void ZKEventQueue::getStatistics(Statistics& statistics)
 {
-    ZK::Time const now = ZK::Detail::eventTime();
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-    updateLoadTime(now, m_entries.size());
-    updateMaxFillLevel(m_entries.size());
-    statistics.added = m_statistics.added;
+    ZKAutoLock<ZKMutexPrivate> removalGuard(m_removalMutex);
+    // Not the events' cheap clock, whose reading could be older than an entry.
+    uint64_t const now = nanosecondsOf(ZK::Time::NOW(ZK::Time::Source::MONOTONIC));
+    updateMaxFillLevel();
+    statistics.added = m_added;
     statistics.removed = m_statistics.removed;
     statistics.processed = getProcessedCount();
-    statistics.maxFillLevel = m_statistics.maxFillLevel;
-    statistics.maxFillLevelInterval = std::exchange(m_statistics.maxFillLevelInterval, 0);
-    statistics.load = m_statistics.load;
+    statistics.maxFillLevel = m_maxFillLevel;
+    statistics.maxFillLevelInterval = std::exchange(m_maxFillLevelInterval, 0);
+    // What was removed waited from added to removed, and what is queued from added to now: the fill level summed up over
+    // time.
+    statistics.load = m_statistics.load + getFillLevel() * now - m_addedTimes;
     statistics.queuingTime = m_statistics.queuingTime;
     statistics.maxQueuingTimeInterval = std::exchange(m_statistics.maxQueuingTimeInterval, 0);
     statistics.processingTime = SharedFigure(m_statistics.processingTime).get();
@@ -177,43 +193,41 @@ String ZKEventQueue::GET_HANDLE_INFO(EventInfo const& info)
 
 void ZKEventQueue::onEventAdded(EventInfo const& info)
 {
-    uint64_t const level = m_entries.size();
-    m_statistics.added++;
-    updateMaxFillLevel(level);
-    updateLoadTime(info.added, level - 1);
-    m_fillLevel.store(static_cast<uint32_t>(level), std::memory_order_seq_cst);
+    m_added++;
+    m_addedTimes += nanosecondsOf(info.added);
+    m_addedCount.store(static_cast<uint32_t>(m_added), std::memory_order_seq_cst);
+    updateMaxFillLevel();
 }
 
-void ZKEventQueue::onEventRemoved(EventInfo const& info)
+void ZKEventQueue::onEventRemoved(EventInfo& info, ZK::Time const& now)
 {
-    uint64_t const level = m_entries.size();
+    // Two threads' readings may differ by a little.
+    info.removed = std::max(now != ZK::Time() ? now : ZK::Detail::eventTime(), info.added);
+    auto const milliseconds = static_cast<uint64_t>(info.removed.millisecondsSince(info.added));
+    ZKAutoLock<ZKMutexPrivate> guard(m_removalMutex);
     m_statistics.removed++;
-    updateLoadTime(info.removed, level + 1);
-    uint64_t const milliseconds = millisecondsBetween(info.added, info.removed);
+    m_statistics.load += nanosecondsOf(info.removed);
     m_statistics.queuingTime += milliseconds;
     m_statistics.maxQueuingTimeInterval = std::max(m_statistics.maxQueuingTimeInterval, milliseconds);
-    m_fillLevel.store(static_cast<uint32_t>(level), std::memory_order_relaxed);
+    m_removedCount.store(static_cast<uint32_t>(m_statistics.removed), std::memory_order_release);
 }
 
 void ZKEventQueue::onProcessed(EventInfo const& info)
 {
-    uint64_t const milliseconds = millisecondsBetween(info.removed, info.processed);
+    auto const milliseconds = static_cast<uint64_t>(info.processed.millisecondsSince(info.removed));
     SharedFigure(m_statistics.processed).add(1);
     SharedFigure(m_statistics.processingTime).add(milliseconds);
     SharedFigure(m_statistics.maxProcessingTimeInterval).raise(milliseconds);
 }
 
-void ZKEventQueue::updateMaxFillLevel(uint64_t level)
+void ZKEventQueue::updateMaxFillLevel()
 {
-    m_statistics.maxFillLevel = std::max(m_statistics.maxFillLevel, level);
-    m_statistics.maxFillLevelInterval = std::max(m_statistics.maxFillLevelInterval, level);
-}
-
-void ZKEventQueue::updateLoadTime(ZK::Time const& now, uint64_t level)
-{
-    // Readings of different threads come in a little out of order: what is then subtracted here modulo 2^64 is added again
-    // by the next update.
-    if (m_lastLoadUpdate.getSeconds() != 0)
-        m_statistics.load += level * nanosecondsBetween(m_lastLoadUpdate, now);
-    m_lastLoadUpdate = now;
+    // The loop's count is fetched only if what is known of it leaves room for a new maximum.
+    auto const count = static_cast<uint32_t>(m_added);
+    if (count - m_removedSeen <= m_maxFillLevelInterval)
+        return;
+    m_removedSeen = m_removedCount.load(std::memory_order_relaxed);
+    uint64_t const level = count - m_removedSeen;
+    m_maxFillLevel = std::max(m_maxFillLevel, level);
+    m_maxFillLevelInterval = std::max(m_maxFillLevelInterval, level);
 }

@@ -83,27 +83,40 @@ public:
 
     /// @}
 
-    /// False only if every event whose `addEvent` has returned is handled or being handled. Takes no lock; the order of
-    /// this look against the loop's wake-up state is what the loop's sleep rests on.
-    bool hasEvents() const { return m_fillLevel.load(std::memory_order_seq_cst) != 0; }
+    /// False only if every event whose `addEvent` has returned is handled or being handled. Takes no lock; only the loop's
+    /// thread asks, and the order of this look against the wake-up state is what its sleep rests on.
+    bool hasEvents() const
+    {
+        return m_addedCount.load(std::memory_order_seq_cst) != m_removedCount.load(std::memory_order_relaxed);
+    }
 
 private:
-    bool takeFirst(EventInfo& info);
-    void onEventAdded(EventInfo const& info);
-    void onEventRemoved(EventInfo const& info);
-    void onProcessed(EventInfo const& info);
-    void updateMaxFillLevel(uint64_t level);
-    void updateLoadTime(ZK::Time const& now, uint64_t level);
+    friend class ZKEventLoop;
 
+    /// As `processEvent`. `now` is the time if it was read just before, else zero; it is brought up to date in the same way.
+    bool processEvent(ZK::Time& now);
+    bool takeFirst(EventInfo& info, ZK::Time const& now);
+    void onEventAdded(EventInfo const& info);
+    void onEventRemoved(EventInfo& info, ZK::Time const& now);
+    void onProcessed(EventInfo const& info);
+    void updateMaxFillLevel();
+
+    // Entries move in batches from the posters' side to the loop's, so that the two rarely meet at a mutex or in the cache.
     ZKEventLoop& m_loop;
     String m_name;
     unsigned int m_levelHint;
-    mutable ZKMutexPrivate
-        m_mutex; // guards m_entries, m_lastLoadUpdate, and m_statistics but for the loop's own figures
-    std::deque<EventInfo> m_entries;
-    std::atomic<bool> m_processing;
-    mutable Statistics
-        m_statistics; // processed and the processing times are written without m_mutex, by the loop's thread
-    ZK::Time m_lastLoadUpdate;
-    std::atomic<uint32_t> m_fillLevel; // size of m_entries, written under m_mutex
+    mutable ZKMutexPrivate m_mutex;  // guards the posters' side; taken before m_removalMutex
+    std::deque<EventInfo> m_entries; // what isn't yet in m_batch
+    uint64_t m_added;
+    uint64_t m_maxFillLevel;
+    uint64_t m_maxFillLevelInterval;
+    uint64_t m_addedTimes;              // sum of all `added` in nanoseconds, modulo 2^64
+    uint32_t m_removedSeen;             // an m_removedCount of the past
+    std::atomic<uint32_t> m_addedCount; // modulo 2^32, as m_removedCount: the difference is the fill level
+
+    alignas(64) std::atomic<bool> m_processing;
+    mutable Statistics m_statistics; // of the loop's side; guarded by m_removalMutex, but for the processed figures
+    ZKMutexPrivate m_removalMutex;
+    std::atomic<uint32_t> m_removedCount;
+    std::deque<EventInfo> m_batch; // only the loop's thread looks at it
 };
