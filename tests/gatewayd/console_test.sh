@@ -81,8 +81,8 @@ done
 expect reports '^Lock holder (' '^ - waiting for mutex 0x' 'Lock holder ([0-9]*) is holding the mutex' '^Thread backtraces:'
 kill -TERM $daemon
 kill -TERM $daemon 2>/dev/null
-exec 3>&-
 wait $daemon || fail "SIGTERM: status $?"
+exec 3>&-
 expect SIGTERM '^gatewayd ends: Terminated'
 
 # command lines
