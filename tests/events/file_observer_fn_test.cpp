@@ -11,31 +11,14 @@
 #include <unistd.h>
 #include <utility>
 
-namespace
-{
 using ZK::FileObserverFn;
 
-class FileObserverFnTest : public ::testing::Test
+TEST(FileObserverFn, CallsTheFunctionsThatAreSet)
 {
-protected:
-    FileObserverFnTest()
-    {
-        int ends[2];
-        EXPECT_EQ(pipe(ends), 0);
-        m_readEnd = ZKFile(ends[0], true, false);
-        m_writeEnd = ZKFile(ends[1], true, false);
-    }
-
-    TestLoop m_loop;
-    ZKFile m_readEnd;
-    ZKFile m_writeEnd;
-};
-}
-
-TEST_F(FileObserverFnTest, CallsTheFunctionsThatAreSet)
-{
-    ZKLWPtr<FileObserverFn> const observer{ZK::MovePtr<FileObserverFn>(new FileObserverFn(m_loop))};
-    EXPECT_EQ(observer->getLock(), &m_loop.getEventSync(EventPrio::NORMAL));
+    TestLoop loop;
+    ZKLWPtr<FileObserverFn> const observer{ZK::MovePtr<FileObserverFn>(new FileObserverFn(loop))};
+    EXPECT_EQ(observer->getLock(), &loop.getEventSync(EventPrio::NORMAL));
+    EXPECT_TRUE(observer->enable(ZKFile(), ZK::FileObserverIf::READ).isErr());
     observer->onObservedFileReadReady(true);
     observer->onObservedFileWriteReady();
     observer->onObservedFileHangup();
@@ -54,32 +37,19 @@ TEST_F(FileObserverFnTest, CallsTheFunctionsThatAreSet)
     EXPECT_EQ(calls, "Prwhe");
 }
 
-TEST_F(FileObserverFnTest, ReportsDataAndHangupOfAFileOnTheLoopsThread)
+TEST(FileObserverFn, CallbackMayDropItsObserver)
 {
-    m_loop.start();
-    std::promise<bool> read;
-    std::promise<bool> hangup;
-    ZKPPtr<FileObserverFn> const observer{ZK::MovePtr<FileObserverFn>(new FileObserverFn(m_loop))};
-    EXPECT_TRUE(observer->enable(ZKFile(), ZK::FileObserverIf::READ).isErr());
-    observer->setReadReady(ZK::bindArgs(ZK::directCall(), [&](bool) { read.set_value(m_loop.isCurrentThread()); }));
-    observer->setHangup(ZK::bindArgs(ZK::directCall(), [&] { hangup.set_value(m_loop.isCurrentThread()); }));
-    ASSERT_TRUE(observer->enable(m_readEnd, ZK::FileObserverIf::READ).isSuccess());
-
-    ASSERT_EQ(::write(m_writeEnd.getFd(), "x", 1), 1);
-    EXPECT_TRUE(read.get_future().get());
-    observer->setReadReady(nullptr); // under the lock: the last byte is still there when the pipe hangs up
-    m_writeEnd.close();
-    EXPECT_TRUE(hangup.get_future().get());
-}
-
-TEST_F(FileObserverFnTest, CallbackMayDropItsObserver)
-{
-    m_loop.start();
+    TestLoop loop;
+    loop.start();
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ZKFile const readEnd(ends[0], true, false);
+    ZKFile const writeEnd(ends[1], true, false);
     auto token = std::make_shared<int>(7);
     std::weak_ptr<int> const watch = token;
     std::promise<int> seen;
     auto observer = std::make_unique<ZKPPtr<FileObserverFn>>(
-        ZK::MovePtr<FileObserverFn>(new FileObserverFn(m_loop, m_readEnd, ZK::FileObserverIf::READ)));
+        ZK::MovePtr<FileObserverFn>(new FileObserverFn(loop, readEnd, ZK::FileObserverIf::READ)));
     auto drop = [&, token](bool)
     {
         observer.reset();
@@ -88,8 +58,8 @@ TEST_F(FileObserverFnTest, CallbackMayDropItsObserver)
     (*observer)->setReadReady(ZK::bindArgs(ZK::directCall(), std::move(drop)));
     token.reset();
     ASSERT_TRUE((*observer)->enable().isSuccess());
-    ASSERT_EQ(::write(m_writeEnd.getFd(), "x", 1), 1);
+    ASSERT_EQ(::write(writeEnd.getFd(), "x", 1), 1);
     EXPECT_EQ(seen.get_future().get(), 7);
-    m_loop.stop();
+    loop.stop();
     EXPECT_TRUE(watch.expired());
 }

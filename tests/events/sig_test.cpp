@@ -69,16 +69,8 @@ ChangeDuringEmission const CHANGES[] = {
      [](Letters& l) { l.connections['B'].disconnect(); }, "AB", "A"},
     {"an earlier slot is disconnected", "AB", 'B', [](Letters& l) { l.connections['A'].disconnect(); }, "AB", "B"},
     {"a slot disconnects itself", "AB", 'A', [](Letters& l) { l.connections['A'].disconnect(); }, "AB", "B"},
-    {"a new slot waits for the next emission", "AB", 'A', [](Letters& l) { l.connect('C'); }, "AB", "ABC"},
-    {"a new slot in front as well", "AB", 'B', [](Letters& l) { l.connect('C', Ordering::FRONT); }, "AB", "CAB"},
-    {"each of several changes copies the list", "ABC", 'A',
-     [](Letters& l)
-     {
-         l.connections['B'].disconnect();
-         l.connect('D');
-         l.connections['A'].disconnect();
-     },
-     "ABC", "CD"},
+    {"a new slot waits for the next emission", "AB", 'B', [](Letters& l) { l.connect('C', Ordering::FRONT); }, "AB",
+     "CAB"},
     {"a suspended slot is passed over at once", "ABC", 'A', [](Letters& l) { l.connections['B'].suspend(); }, "AC",
      "AC"},
     {"the first slot is called though it is suspended", "AB", 'A', [](Letters& l) { l.connections['A'].suspend(); },
@@ -90,27 +82,14 @@ ChangeDuringEmission const CHANGES[] = {
          l.emitAgain();
      },
      "AABCB", "ABC"},
-    {"after a nested emission a new slot joins the outer one", "AB", 'A',
-     [](Letters& l)
-     {
-         l.emitAgain();
-         l.connect('C');
-     },
-     "AABBC", "ABC"},
-    {"after a nested emission a later slot is lost to the outer one", "ABC", 'A',
+    {"after a nested emission the outer one loses a slot and gains another", "ABC", 'A',
      [](Letters& l)
      {
          l.emitAgain();
          l.connections['B'].disconnect();
+         l.connect('D');
      },
-     "AABCC", "AC"},
-    {"after a nested emission a slot disconnects itself", "ABC", 'B',
-     [](Letters& l)
-     {
-         l.emitAgain();
-         l.connections['B'].disconnect();
-     },
-     "ABABCC", "AC"},
+     "AABCCD", "ACD"},
     {"after a nested emission all slots go, and one comes", "ABC", 'B',
      [](Letters& l)
      {
@@ -135,7 +114,7 @@ TEST(Signal, EmissionKeepsToItsListWhileSlotsChangeIt)
     }
 }
 
-TEST(Signal, OrderingIsInFrontForMinusOneAndBehindForAllElse)
+TEST(Signal, OrderingCountsForMinusOneAloneAndSuspensionsNest)
 {
     Letters letters;
     EXPECT_EQ(letters.emit(), "");
@@ -146,17 +125,13 @@ TEST(Signal, OrderingIsInFrontForMinusOneAndBehindForAllElse)
     letters.connect('D', 0);
     letters.connect('E', -1);
     EXPECT_EQ(letters.emit(), "ECABD");
-}
 
-TEST(Signal, SuspensionsNest)
-{
-    Letters letters("AB");
     letters.connections['B'].suspend();
     letters.connections['B'].suspend();
     letters.connections['B'].resume();
-    EXPECT_EQ(letters.emit(), "A");
+    EXPECT_EQ(letters.emit(), "ECAD");
     letters.connections['B'].resume();
-    EXPECT_EQ(letters.emit(), "AB");
+    EXPECT_EQ(letters.emit(), "ECABD");
 }
 
 TEST(Signal, EachSlotGetsTheArgumentsAsTheyWereAtTheEmission)
@@ -176,9 +151,6 @@ TEST(Signal, EachSlotGetsTheArgumentsAsTheyWereAtTheEmission)
     signal(text, sum);
     EXPECT_EQ(seen, "beforebefore");
     EXPECT_EQ(sum, 2);
-
-    signal("text", sum);
-    EXPECT_EQ(seen, "beforebeforetexttext");
 }
 
 TEST(Signal, ObserverHearsOfConnectsAndDisconnectsButNotOfTheSignalsEnd)
@@ -214,9 +186,7 @@ TEST(Connection, OutlivesItsSignal)
     EXPECT_FALSE(copy.isDisconnected());
     letters.signal.reset();
     EXPECT_TRUE(copy.isDisconnected());
-    EXPECT_TRUE(scoped.isDisconnected());
     scoped.suspend();
-    scoped.resume();
     scoped.disconnect();
     EXPECT_TRUE(Connection().isDisconnected());
 }
@@ -250,27 +220,30 @@ TEST(Signal, DisconnectedSlotIsDestroyedAfterTheCallThatDisconnectedIt)
 {
     for (bool nested : {false, true})
     {
-        Letters letters;
-        auto token = std::make_shared<int>(7);
-        std::weak_ptr<int> const watch = token;
-        int seen = 0;
-        Connection connection;
-        int depth = 0;
-        auto slot = [&, token]
+        Letters letters("A");
+        auto disconnectB = [&](int* value)
         {
-            seen += *token;
+            delete value;
+            letters.connections['B'].disconnect();
+        };
+        std::shared_ptr<int> token(new int(7), disconnectB);
+        std::weak_ptr<int> const watch = token;
+        auto leave = [&, token, depth = 0]() mutable
+        {
             if (depth++ > 0)
                 return;
             if (nested)
                 letters.emitAgain();
-            connection.disconnect();
-            seen += *token;
+            letters.connections['X'].disconnect();
+            letters.calls += std::to_string(*token);
         };
-        connection = letters.signal->connect(ZK::bindArgs(ZK::directCall(), std::move(slot)));
+        letters.connections['X'] = letters.signal->connect(ZK::bindArgs(ZK::directCall(), std::move(leave)));
         token.reset();
-        letters.emit();
-        EXPECT_EQ(seen, nested ? 21 : 14);
+        letters.connect('B');
+        letters.connect('C');
+        EXPECT_EQ(letters.emit(), nested ? "AABC7C" : "A7BC");
         EXPECT_TRUE(watch.expired());
+        EXPECT_EQ(letters.emit(), "AC") << "what went with the slot took slot B along";
     }
 }
 

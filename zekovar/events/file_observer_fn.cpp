@@ -9,10 +9,9 @@ namespace
 {
 /// By way of a copy: the function may drop the observer, and with it its member.
 template <class... Args>
-void callIfSet(Function<void(Args...)> function, Args... args)
+void callCopy(Function<void(Args...)> function, Args... args)
 {
-    if (function)
-        function(args...);
+    function(args...);
 }
 }
 
@@ -30,21 +29,21 @@ FileObserverFn::~FileObserverFn() = default;
 
 void FileObserverFn::onObservedFileReadReady(bool priority)
 {
-    callIfSet(m_readReady, priority);
+    callCopy(m_readReady, priority);
 }
 
 void FileObserverFn::onObservedFileWriteReady()
 {
-    callIfSet(m_writeReady);
+    callCopy(m_writeReady);
 }
 
 void FileObserverFn::onObservedFileHangup()
 {
-    callIfSet(m_hangup);
+    callCopy(m_hangup);
 }
 
 void FileObserverFn::onObservedFileError()
 {
-    callIfSet(m_error);
+    callCopy(m_error);
 }
 }

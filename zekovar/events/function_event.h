@@ -8,8 +8,6 @@ class ZKEventLoop;
 
 namespace ZK::Detail
 {
-class FunctionEvent;
-
 /// The lock that a function of mode "sync" holds around its target: the stop of a loop at normal priority.
 class FunctionEventSync : public ZKLock
 {
@@ -52,15 +50,14 @@ public:
 
 protected:
     /// Ends the event for good: `handle` isn't running when this returns, unless it is the caller, and won't be called
-    /// again. To be called by the outermost destructor, so that `handle` doesn't meet a half-destroyed object.
+    /// again. To be called before the outermost destructor, so that `handle` doesn't meet a half-destroyed object.
     ///
     /// It blocks while `handle` runs; whoever holds a lock that the target needs deadlocks. The loop itself isn't asked
     /// for anything, so it may be stopped, or blocked in another handler.
     void stop();
 
-    ZKEventLoop& m_loop;
-
 private:
+    ZKEventLoop& m_loop;
     ZKPtr<ZKEvent> m_event;
 };
 }

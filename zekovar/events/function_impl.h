@@ -110,7 +110,6 @@ public:
 
     ~FunctionImplAsync() override
     {
-        stop();
         ZKAutoLock<ZKMutex> const guard(m_mutex);
         for (Call* call = nullptr; m_calls.pop(call);)
             delete call;
@@ -125,7 +124,7 @@ public:
     void execute(Passed<Args>... args) override
     {
         bool const holdsReference = m_dontCancelOnDestruction.load(std::memory_order_relaxed);
-        auto call = std::make_unique<Call>(Call{{std::forward<Args>(args)...}, holdsReference});
+        std::unique_ptr<Call> call(new Call{{std::forward<Args>(args)...}, holdsReference});
         {
             ZKAutoLock<ZKMutex> const guard(m_mutex);
             m_calls.add(call.get());
@@ -133,8 +132,9 @@ public:
             if (holdsReference)
                 this->addRef();
         }
+        // a call whose post failed stays queued, and only the destructor takes it off
         if (set().isErr() && holdsReference)
-            dropReferenceOfLastCall();
+            this->release();
     }
 
     void handle() override
@@ -144,7 +144,7 @@ public:
             return;
         bool const holdsReference = call->holdsReference;
         m_isServing = true;
-        callWith(*call, std::index_sequence_for<Args...>());
+        std::apply([this](auto&... arguments) { this->callTarget(std::forward<Args>(arguments)...); }, call->arguments);
         call.reset();
         m_isServing = false;
         if (holdsReference)
@@ -183,28 +183,6 @@ private:
         ZKAutoLock<ZKMutex> const guard(m_mutex);
         m_calls.pop(call);
         return std::unique_ptr<Call>(call);
-    }
-
-    template <std::size_t... INDEX>
-    void callWith(Call& call, std::index_sequence<INDEX...>) const
-    {
-        this->callTarget(std::forward<Args>(std::get<INDEX>(call.arguments))...);
-    }
-
-    /// For a call whose post failed. It stays queued, and a post of an earlier one may have served it by now.
-    void dropReferenceOfLastCall()
-    {
-        bool wasHeld = false;
-        {
-            ZKAutoLock<ZKMutex> const guard(m_mutex);
-            for (auto position = m_calls.end(); position != m_calls.begin() && !wasHeld;)
-            {
-                --position;
-                wasHeld = std::exchange((*position)->holdsReference, false);
-            }
-        }
-        if (wasHeld)
-            this->release();
     }
 
     ZKMutex m_mutex; // guards m_calls

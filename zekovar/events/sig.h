@@ -57,10 +57,9 @@ public:
 
     /// Calls the slots. The arguments are copied once, and for each slot again.
     template <class... Values>
-    requires std::is_invocable_v < std::function<void(Args...)>
-
-    &, Values... > void operator()(Values&&... values)
+    void operator()(Values&&... values)
     {
+        static_assert(std::is_invocable_v<std::function<void(Args...)>&, Values...>);
         if (m_impl != nullptr)
             (*m_impl)(std::forward<Values>(values)...);
     }

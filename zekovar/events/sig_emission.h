@@ -56,10 +56,11 @@ public:
     /// Passes over suspended slots.
     void step()
     {
+        // what goes with a removed slot may remove further ones, so this comes before the step
+        m_removedSlot = ZKLWPtr<Slot<S, G>>();
         do
             ++m_position;
         while (!isAtEnd() && (*m_position)->isSuspended());
-        m_removedSlot = ZKLWPtr<Slot<S, G>>();
     }
 
     /// To be called before the slot at `position` is erased. If it is the present one it lives on until its call ends,

@@ -44,10 +44,11 @@ class Signal<void(Args...), LastValue<void>, G> final : public SignalBase
 
         ~WriteLock()
         {
+            if (!m_notify)
+                return;
             // called through a copy: the observer may be replaced, or the signal destroyed, meanwhile
-            Function<void()> const onChange = m_notify ? m_signal.m_onChange : Function<void()>(nullptr);
-            if (onChange)
-                onChange();
+            Function<void()> const onChange = m_signal.m_onChange;
+            onChange();
         }
 
     private:
@@ -164,9 +165,8 @@ private:
             if (emission->m_iterator != nullptr && emission->m_slots == m_slots)
                 emission->m_iterator->beforeErase(position);
         }
-        ZKLWPtr<Slot<S, G>> const slot = *position;
+        (*position)->leaveSignal();
         m_slots->erase(position);
-        slot->leaveSignal();
     }
 
     Function<void()> m_onChange;
