@@ -1,29 +1,43 @@
 #include "zekovar/foundation/ptr.h"
 
-#include "tests/recording_lock.h"
 #include "zekovar/foundation/ref_counted.h"
+#include "zekovar/threads/lock.h"
 
 #include <gtest/gtest.h>
 
+#include <thread>
+#include <vector>
+
 namespace
 {
-using Calls = std::vector<std::string>;
+/// Notes "(" and ")" and locks nothing.
+class RecordingLock : public ZKLock
+{
+public:
+    explicit RecordingLock(std::string& calls) : ZKLock(Type::MUTEX), m_calls(calls) {}
 
+    XCode lock() override { return m_calls += "(", result; }
+
+    void unlock() override { m_calls += ")"; }
+
+    XCode result;
+
+private:
+    std::string& m_calls;
+};
+
+/// Notes "c" for a call and "d" for its destruction.
 class Object : public ZK::RefCounted
 {
 public:
-    explicit Object(Calls& calls, ZKLock* lock = nullptr) : RefCounted(lock), m_calls(calls) {}
+    explicit Object(std::string& calls, ZKLock* lock = nullptr) : RefCounted(lock), m_calls(calls) {}
 
-    ~Object() override { m_calls.push_back("destroy"); }
+    ~Object() override { m_calls += "d"; }
 
-    int call(int result = 0)
-    {
-        m_calls.push_back("call");
-        return result;
-    }
+    void call() { m_calls += "c"; }
 
 private:
-    Calls& m_calls;
+    std::string& m_calls;
 };
 
 class Derived : public Object
@@ -32,15 +46,91 @@ public:
     using Object::Object;
 };
 
-template <class Pointer>
-class AnyPtr : public testing::Test
+/// Notes both counts while it hands out a reference to itself in its destructor.
+class Reviving : public ZK::RefCountedUnlessBeingDestroying
 {
-protected:
-    Calls m_calls;
+public:
+    explicit Reviving(std::vector<unsigned int>& counts) : RefCountedUnlessBeingDestroying(nullptr), m_counts(counts) {}
+
+    ~Reviving() override
+    {
+        RefCountedIf& self = *this;
+        self.addRef();
+        m_counts.insert(m_counts.end(), {getRefCount(), getAfterDeathCount()});
+        self.release();
+        m_counts.insert(m_counts.end(), {getRefCount(), getAfterDeathCount()});
+    }
+
+private:
+    std::vector<unsigned int>& m_counts;
 };
 
-using Pointers = testing::Types<ZKPtr<Object>, ZKPPtr<Object>, ZKLWPtr<Object>>;
-TYPED_TEST_SUITE(AnyPtr, Pointers);
+class Pointers : public testing::Test
+{
+protected:
+    std::string m_calls;
+    RecordingLock m_lock{m_calls};
+};
+
+class RefCounted : public Pointers
+{
+};
+
+template <class Pointer>
+class AnyPtr : public Pointers
+{
+};
+
+using PointerTypes = testing::Types<ZKPtr<Object>, ZKPPtr<Object>, ZKLWPtr<Object>>;
+TYPED_TEST_SUITE(AnyPtr, PointerTypes);
+}
+
+TEST_F(RefCounted, LockIsTakenForTheDestructorOrAroundTheDecrement)
+{
+    auto* object = new Object(m_calls, &m_lock);
+    object->addRef();
+    object->protectedRelease();
+    EXPECT_EQ(m_calls, "");
+    object->addRef();
+    object->securedProtectedRelease();
+    EXPECT_EQ(m_calls, "()");
+    object->protectedRelease();
+    EXPECT_EQ(m_calls, "()(d)");
+    (new Object(m_calls, &m_lock))->securedProtectedRelease();
+    EXPECT_EQ(m_calls, "()(d)(d)");
+}
+
+TEST_F(RefCounted, ObjectsDieWithoutALockIfThereIsNoneToHave)
+{
+    m_lock.result = XCODE_FAILURE;
+    (new Object(m_calls, &m_lock))->protectedRelease();
+    (new Object(m_calls, &m_lock))->securedProtectedRelease();
+    (new Object(m_calls))->protectedRelease();
+    (new Object(m_calls))->securedProtectedRelease();
+    EXPECT_EQ(m_calls, "(d(ddd");
+}
+
+TEST_F(RefCounted, ThreadsThatDropTheirReferencesDestroyOnce)
+{
+    std::vector<unsigned int> counts;
+    std::vector<ZK::RefCountedIf*> const objects{new Object(m_calls), new Reviving(counts)};
+    for (ZK::RefCountedIf* object : objects)
+    {
+        auto const share = [object]
+        {
+            for (int i = 0; i < 4000; i++)
+            {
+                object->addRef();
+                object->release();
+            }
+            object->release();
+        };
+        object->addRef();
+        std::jthread const other(share);
+        share();
+    }
+    EXPECT_EQ(m_calls, "d");
+    EXPECT_EQ(counts, (std::vector<unsigned int>{0, 1, 0, 0})) << "the destructor's references are counted apart";
 }
 
 TYPED_TEST(AnyPtr, RawPointersAreCountedAndCarriersHandTheirReferenceOver)
@@ -51,125 +141,93 @@ TYPED_TEST(AnyPtr, RawPointersAreCountedAndCarriersHandTheirReferenceOver)
         TypeParam second = first;
         TypeParam third;
         third = object;
-        EXPECT_EQ(object->getRefCount(), 4u);
         EXPECT_TRUE(first == second && first == object && first != nullptr);
         TypeParam const moved(std::move(second));
         EXPECT_EQ(object->getRefCount(), 4u);
         EXPECT_FALSE(second);
     }
-    EXPECT_EQ(object->getRefCount(), 1u);
-
     TypeParam owner = ZK::MovePtr<Object>(object);
     EXPECT_EQ(object->getRefCount(), 1u);
     owner = ZK::MovePtr(new Derived(this->m_calls));
-    EXPECT_EQ(owner->getRefCount(), 1u);
-    EXPECT_EQ(this->m_calls, Calls{"destroy"});
+    EXPECT_EQ(this->m_calls, "d");
     owner = nullptr;
-    {
-        ZK::MovePtr<Object> const dropped = ZK::MovePtr(new Derived(this->m_calls));
-    }
-    EXPECT_EQ(this->m_calls, (Calls{"destroy", "destroy", "destroy"}));
+    EXPECT_EQ(this->m_calls, "dd");
+    ZK::MovePtr<Object>(ZK::MovePtr(new Derived(this->m_calls)));
+    EXPECT_EQ(this->m_calls, "ddd") << "nobody took the reference";
 }
 
 TYPED_TEST(AnyPtr, SameObjectChangesNoCount)
 {
     auto* object = new Object(this->m_calls);
     TypeParam pointer = ZK::MovePtr<Object>(object);
-    TypeParam const& alias = pointer;
+    TypeParam& alias = pointer;
     pointer = alias;
     pointer = object;
-    pointer.setObj(object);
-    pointer = std::move(const_cast<TypeParam&>(alias));
+    pointer = std::move(alias);
     EXPECT_EQ(object->getRefCount(), 1u);
     object->addRef();
     pointer.setObj(ZK::MovePtr<Object>(object));
     EXPECT_EQ(object->getRefCount(), 1u) << "the carrier's reference is dropped";
     TypeParam other(object);
     pointer = std::move(other);
-    EXPECT_TRUE(pointer == other);
-    EXPECT_EQ(object->getRefCount(), 2u);
+    EXPECT_TRUE(pointer == other && object->getRefCount() == 2);
 }
 
-TEST(ZKPPtr, ArrowHoldsTheLockForTheCallAlsoThroughThePlainType)
+TEST_F(Pointers, ProtectedOneLocksForACallAndForTheDestructorHoweverTheObjectIsDropped)
 {
-    Calls calls;
-    RecordingLock lock(calls);
-    ZKPPtr<Object> const guarded = ZK::MovePtr<Object>(new Object(calls, &lock));
-    ZKPtr<Object> const plain(guarded);
-    plain->call();
-    EXPECT_EQ(calls, Calls{"call"});
-    calls.clear();
-    ZKPtr<Object> const& base = guarded;
-    base->call();
-    EXPECT_EQ(calls, (Calls{"lock", "call", "unlock"}));
-}
-
-TEST(ZKPPtr, ObjectsDieUnderTheirLockHoweverTheyAreDropped)
-{
-    Calls calls;
-    RecordingLock lock(calls);
-    auto const make = [&] { return ZK::MovePtr<Object>(new Object(calls, &lock)); };
-    Calls const expected{"lock", "destroy", "unlock"};
+    auto const make = [this] { return ZK::MovePtr<Object>(new Object(m_calls, &m_lock)); };
     {
-        ZKPPtr<Object> const pointer = make();
+        ZKPPtr<Object> pointer = make();
+        ZKPtr<Object>& base = pointer;
+        base->call();
+        EXPECT_EQ(m_calls, "(c)");
+        pointer = make();
+        EXPECT_EQ(m_calls, "(c)(d)");
+        base.setObj(nullptr);
+        pointer = make();
     }
-    EXPECT_EQ(calls, expected);
-    calls.clear();
-    ZKPPtr<Object> pointer = make();
-    pointer = nullptr;
-    EXPECT_EQ(calls, expected);
-    calls.clear();
-    pointer = make();
-    static_cast<ZKPtr<Object>&>(pointer).setObj(nullptr);
-    EXPECT_EQ(calls, expected);
-    calls.clear();
+    EXPECT_EQ(m_calls, "(c)(d)(d)(d)");
     ZKPtr<Object> plain = make();
+    plain->call();
     plain = nullptr;
-    EXPECT_EQ(calls, Calls{"destroy"});
+    EXPECT_EQ(m_calls, "(c)(d)(d)(d)cd");
 }
 
-TEST(ZKLockPtr, LocksOnceAndUnlocksAtTheEnd)
+TEST_F(Pointers, LockPointerLocksOnceAndUnlocksAtTheEnd)
 {
-    Calls calls;
-    RecordingLock lock(calls);
-    lock.result = XCODE_FAILURE;
-    ZKPPtr<Object> const guarded = ZK::MovePtr<Object>(new Object(calls, &lock));
+    m_lock.result = XCODE_FAILURE;
+    ZKPPtr<Object> const guarded = ZK::MovePtr<Object>(new Object(m_calls, &m_lock));
     {
         ZKLockPtr<Object> const held = guarded.getLock();
-        EXPECT_TRUE(calls.empty());
         held.lock();
         held.lock();
         held->call();
-        EXPECT_EQ(calls, (Calls{"lock", "call"}));
         EXPECT_TRUE(held.isLocked()) << "a failure to lock is dropped";
         held.unlock();
         held.unlock();
-        EXPECT_EQ(calls, (Calls{"lock", "call", "unlock"}));
+        EXPECT_EQ(m_calls, "(c)");
         held.lock();
     }
-    EXPECT_EQ(calls.back(), "unlock");
+    EXPECT_EQ(m_calls, "(c)()");
 
-    calls.clear();
-    ZKLockPtr<Object> const none(nullptr, &lock);
-    none.lock();
+    ZKLockPtr<Object> const none(nullptr, &m_lock);
     ZKLockPtr<Object> const free = ZKPtr<Object>(guarded).getLock();
+    none.lock();
     free.lock();
     EXPECT_FALSE(none.isLocked() || free.isLocked());
     free.unlock();
-    EXPECT_TRUE(calls.empty());
+    EXPECT_EQ(m_calls, "(c)()");
 }
 
-TEST(ZKPtr, NullAndDerivedObjectsConvert)
+TEST_F(Pointers, NullAndDerivedObjectsConvert)
 {
-    Calls calls;
     static_assert(sizeof(ZKLWPtr<Object>) == sizeof(void*));
-    ZKPtr<Derived> const derived = ZK::MovePtr(new Derived(calls));
+    ZKPtr<Derived> const derived = ZK::MovePtr(new Derived(m_calls));
     ZKPPtr<Object> const guarded = derived;
     ZKLWPtr<Derived> const light(derived.getObj());
     ZKLWPtr<Object> const lightBase = light;
-    EXPECT_TRUE(guarded == derived && lightBase == light && derived.getObj() == guarded);
+    EXPECT_TRUE(guarded == derived && lightBase == light && &*derived == guarded);
     EXPECT_EQ(derived->getRefCount(), 4u);
-    EXPECT_EQ((*derived).call(7), 7);
     EXPECT_TRUE(testExpression(derived).isSuccess());
     EXPECT_EQ(testExpression(ZKPPtr<Object>()), XCODE_FAILURE);
 }

@@ -1,13 +1,10 @@
 #include "zekovar/foundation/static_factory.h"
 
-#include "zekovar/foundation/singleton.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <memory>
 #include <thread>
-#include <vector>
 
 namespace
 {
@@ -16,11 +13,8 @@ struct Shape
     virtual ~Shape() = default;
 };
 
-struct Circle : Shape
-{
-};
-
-struct Square : Shape
+template <int SIDES>
+struct Polygon : Shape
 {
 };
 
@@ -33,19 +27,17 @@ bool makes(char const* key)
     return dynamic_cast<T*>(shape.get()) != nullptr;
 }
 
-ZKStaticFactory<Shape, Circle> const circles("circle"); // before main, as factories are
+ZKStaticFactory<Shape, Polygon<3>> const triangles("triangle"); // before main, as factories are
 }
 
 TEST(StaticFactory, FirstFactoryOfAKeyStays)
 {
-    EXPECT_TRUE(makes<Circle>("circle"));
-    EXPECT_EQ(Manager::CREATE_INSTANCE("hexagon"), nullptr);
+    EXPECT_TRUE(makes<Polygon<3>>("triangle"));
     {
-        ZKStaticFactory<Shape, Square> squares("square");
-        ZKStaticFactory<Shape, Circle> unused("triangle");
-        Manager::REGISTER_FACTORY("square", unused);
-        EXPECT_TRUE(makes<Square>("square"));
-        EXPECT_EQ(squares.getKey(), String("square"));
+        ZKStaticFactory<Shape, Polygon<4>> squares("square");
+        ZKStaticFactory<Shape, Polygon<6>> hexagons("hexagon");
+        Manager::REGISTER_FACTORY("square", hexagons);
+        EXPECT_TRUE(makes<Polygon<4>>("square"));
     }
     EXPECT_EQ(Manager::CREATE_INSTANCE("square"), nullptr);
 }
@@ -59,10 +51,9 @@ TEST(Singleton, RacingThreadsMakeOneInstance)
         Counted() { std::this_thread::yield(), made++; }
     };
 
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < 8; i++)
         threads.emplace_back([] { EXPECT_EQ(&ZKSingleton<Counted>::INSTANCE(), &ZKSingleton<Counted>::INSTANCE()); });
-    for (std::thread& thread : threads)
-        thread.join();
+    threads.clear();
     EXPECT_EQ(made, 1);
 }

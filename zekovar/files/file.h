@@ -218,8 +218,8 @@ public:
     template <class T>
     static XCode READ_TSTRING(String const& path, TString<T>& target, int flags, bool retryOnInterrupt);
 
-    /// Replaces the content of a file, which is made, with its directories, if it is missing. `flags` is added to
-    /// O_WRONLY, O_CREAT and O_TRUNC.
+    /// Replaces the content of a file, which is made, with its directories, if it is missing. All get the mode 0644, so
+    /// that only a privileged process gets through a new directory. `flags` is added to O_WRONLY, O_CREAT and O_TRUNC.
     template <class T>
     static XCode WRITE_TSTRING(String const& path, TString<T> const& data, int flags, bool retryOnInterrupt);
     /// @}

@@ -29,8 +29,9 @@ public:
     ZKLWPtr(ZKLWPtr const& other) : ZKLWPtr(other.m_object) {}
 
     template <class U>
-
-    requires std::is_convertible_v<U*, T*> ZKLWPtr(ZKLWPtr<U> const& other) : ZKLWPtr(other.getObj()) {}
+    ZKLWPtr(ZKLWPtr<U> const& other) requires std::is_convertible_v<U*, T*> : ZKLWPtr(other.getObj())
+    {
+    }
 
     /// `other` becomes null.
     ZKLWPtr(ZKLWPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}

@@ -18,8 +18,9 @@ public:
     explicit MovePtr(T* object) noexcept : m_object(object) {}
 
     template <class U>
-    requires std::is_convertible_v<U*, T*> MovePtr(MovePtr<U>&& other)
-    noexcept : m_object(other.take()) {}
+    MovePtr(MovePtr<U>&& other) noexcept requires std::is_convertible_v<U*, T*> : m_object(other.take())
+    {
+    }
 
     MovePtr(MovePtr&& other) noexcept : m_object(other.take()) {}
 

@@ -31,8 +31,9 @@ public:
     ZKPtr(ZKPtr const& other) : m_object(counted(other.m_object)) {}
 
     template <class U>
-
-    requires std::is_convertible_v<U*, T*> ZKPtr(ZKPtr<U> const& other) : m_object(counted<T>(other.getObj())) {}
+    ZKPtr(ZKPtr<U> const& other) requires std::is_convertible_v<U*, T*> : m_object(counted<T>(other.getObj()))
+    {
+    }
 
     /// `other` becomes null.
     ZKPtr(ZKPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
