@@ -53,7 +53,8 @@ TEST_F(FileDirectory, RemoveTakesWholeTreesAndWhatIsMissingIsGone)
     ASSERT_EQ(::symlink("../target", (m_directory / "tree/link").c_str()), 0);
     EXPECT_TRUE(ZKFile::REMOVE(m_directory / "tree"));
     EXPECT_FALSE(ZKFile::EXISTS(m_directory / "tree") || ZKFile::EXISTS(m_directory / "target/file"));
-    EXPECT_TRUE(ZKFile::EXISTS(m_directory / "target"));
+    ASSERT_EQ(::symlink(".", (m_directory / "target/loop").c_str()), 0);
+    EXPECT_EQ(ZKFile::REMOVE(m_directory / "target"), codeOfErrno(ENOENT)) << "the link went from below itself";
 
     ASSERT_EQ(::symlink("nowhere", (m_directory / "dangling").c_str()), 0);
     EXPECT_TRUE(ZKFile::REMOVE(m_directory / "dangling") && ZKFile::IS_SOFTLINK(m_directory / "dangling"));

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <barrier>
 #include <thread>
 #include <vector>
 
@@ -116,9 +117,11 @@ TEST_F(RefCounted, ThreadsThatDropTheirReferencesDestroyOnce)
     std::vector<ZK::RefCountedIf*> const objects{new Object(m_calls), new Reviving(counts)};
     for (ZK::RefCountedIf* object : objects)
     {
-        auto const share = [object]
+        std::barrier start(2);
+        auto const share = [object, &start]
         {
-            for (int i = 0; i < 4000; i++)
+            start.arrive_and_wait();
+            for (int i = 0; i < 50000; i++)
             {
                 object->addRef();
                 object->release();
