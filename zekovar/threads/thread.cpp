@@ -48,14 +48,6 @@ private:
     void* m_memory;
     stack_t m_before{};
 };
-
-void blockBacktraceSignal()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGUSR2);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-}
 }
 
 /// The thread's time in the registry. Leaves it also when the thread is cancelled, which unwinds it.
@@ -101,7 +93,6 @@ ZKThread::ZKThread(String const& name, ZKRunnable* runnable)
       m_waitMilliseconds{},
       m_obtainedLocks(2),
       m_startMutex(false),
-      m_hasAttributes(false),
       m_state(ENDED | GONE),
       m_processId(0),
       m_pDestroyed(nullptr),
@@ -116,11 +107,11 @@ ZKThread::ZKThread(String const& name, ZKRunnable* runnable)
 
 ZKThread::~ZKThread()
 {
-    if (!CURRENT_HAS_ID(m_id))
-        ZKThread::stop();
-    awaitEnd();
+    if (CURRENT_HAS_ID(m_id))
+        giveUpSelf();
+    else if (m_processId == getpid()) // else never started, or the child of a fork, where the thread doesn't exist
+        stopAndAwaitEnd();
     ZKThreadSupervisor::INSTANCE().removeThread(this);
-    destroyAttributes();
     unlinkObject();
 }
 
@@ -164,18 +155,33 @@ XCode ZKThread::start(String const& name)
     if (m_id != 0)
         return XCODE_FAILURE;
     m_priority = 0;
-    if (XCode const code = prepareAttributes(); code.isErr())
-        return code;
+    if (int const result = pthread_attr_init(&m_attributes); result != 0)
+        return ZK::Detail::codeOfErrno(result);
+    XCode const code = create(name);
+    pthread_attr_destroy(&m_attributes);
+    return code;
+}
+
+XCode ZKThread::create(String const& name)
+{
+    sched_param const parameter{};
+    int result = pthread_attr_setinheritsched(&m_attributes, PTHREAD_EXPLICIT_SCHED);
+    if (result == 0)
+        result = pthread_attr_setschedpolicy(&m_attributes, SCHED_OTHER);
+    if (result == 0)
+        result = pthread_attr_setschedparam(&m_attributes, &parameter);
+    if (result != 0)
+        return ZK::Detail::codeOfErrno(result);
 
     // the new thread takes this mutex too before it runs, so that it finds its id and its name
     ZKAutoLock<ZKMutexPrivate> guard(m_startMutex);
     m_state = 0;
     m_processId = getpid();
     pthread_t id = 0;
-    if (int const result = pthread_create(&id, &m_attributes, RUN, this); result != 0)
+    result = pthread_create(&id, &m_attributes, RUN, this);
+    if (result != 0)
     {
         m_state = ENDED | GONE;
-        destroyAttributes();
         return ZK::Detail::codeOfErrno(result);
     }
     m_id = id;
@@ -184,29 +190,6 @@ XCode ZKThread::start(String const& name)
     if (m_name.isEmpty())
         m_name.format("%p", reinterpret_cast<void*>(id));
     return XCODE_SUCCESS;
-}
-
-XCode ZKThread::prepareAttributes()
-{
-    destroyAttributes(); // of a thread that neither returned nor was stopped
-    if (int const result = pthread_attr_init(&m_attributes); result != 0)
-        return ZK::Detail::codeOfErrno(result);
-    m_hasAttributes = true;
-    sched_param const parameter{};
-    int result = pthread_attr_setinheritsched(&m_attributes, PTHREAD_EXPLICIT_SCHED);
-    if (result == 0)
-        result = pthread_attr_setschedpolicy(&m_attributes, SCHED_OTHER);
-    if (result == 0)
-        result = pthread_attr_setschedparam(&m_attributes, &parameter);
-    if (result != 0)
-        destroyAttributes();
-    return ZK::Detail::codeOfErrno(result);
-}
-
-void ZKThread::destroyAttributes()
-{
-    if (m_hasAttributes.exchange(false))
-        pthread_attr_destroy(&m_attributes);
 }
 
 void* ZKThread::RUN(void* argument)
@@ -229,7 +212,6 @@ void ZKThread::setKernelName() const
 void ZKThread::leave(bool returned)
 {
     ZK::Detail::NoCancellation noCancellation;
-    blockBacktraceSignal(); // who asks for a backtrace from here on finds the thread ended
     m_pDestroyed = nullptr;
     {
         ZKAutoLock<ZKMutexPrivate> guard(ZKLock::s_globalMutex);
@@ -237,8 +219,6 @@ void ZKThread::leave(bool returned)
     }
     ZKThreadSupervisor::INSTANCE().removeThread(this);
     s_selfAttribute.set(nullptr);
-    if (returned)
-        destroyAttributes();
 
     ZKAutoLock<ZKMutexPrivate> guard(ZKLock::s_globalMutex);
     if (has(DETACHED))
@@ -250,21 +230,14 @@ void ZKThread::leave(bool returned)
 
 void ZKThread::stop()
 {
-    unsigned long const id = m_id;
-    if (id == 0)
+    if (m_id == 0)
         return;
-    if (CURRENT_HAS_ID(id))
-    {
-        pthread_cancel(id);
-    }
-    else
     {
         ZKAutoLock<ZKMutexPrivate> guard(ZKLock::s_globalMutex); // the thread can't end meanwhile
         if (!has(ENDED))
-            pthread_cancel(id);
+            pthread_cancel(m_id);
     }
     ZKThreadSupervisor::INSTANCE().removeThread(this);
-    destroyAttributes();
 }
 
 void ZKThread::detach()
@@ -308,19 +281,18 @@ XCode ZKThread::joinUntil(timespec const* deadline)
     return ZK::Detail::codeOfErrno(result);
 }
 
-void ZKThread::awaitEnd()
+void ZKThread::giveUpSelf()
 {
-    if (CURRENT_HAS_ID(m_id))
-    {
-        ZKThread::detach();
-        if (m_pDestroyed != nullptr)
-            *m_pDestroyed = true;
-        s_selfAttribute.set(nullptr);
-        return;
-    }
-    if (m_processId != getpid()) // never started, or the child of a fork, where the thread doesn't exist
-        return;
+    ZKThread::detach();
+    if (m_pDestroyed != nullptr)
+        *m_pDestroyed = true;
+    s_selfAttribute.set(nullptr);
+}
+
+void ZKThread::stopAndAwaitEnd()
+{
     ZK::Detail::NoCancellation noCancellation;
+    ZKThread::stop();
     ZKThread::join();
     while (!has(GONE))
         SLEEP(1);
@@ -333,12 +305,13 @@ XCode ZKThread::getBacktrace(ZKBacktrace& backtrace, unsigned int skip)
 
 XCode ZKThread::getSchedulingPolicy(int& policy, int& priority) const
 {
-    ZKAutoLock<ZKMutexPrivate> guard(ZKLock::s_globalMutex); // keeps the id of a detached thread valid
+    ZKAutoLock<ZKMutexPrivate> guard(ZKLock::s_globalMutex); // the thread can't end meanwhile
     if (m_id == 0)
         return XCODE_FAILURE;
     int found = SCHED_OTHER;
     sched_param parameter{};
-    XCode const code = ZK::Detail::codeOfResult(pthread_getschedparam(m_id, &found, &parameter));
+    XCode const code =
+        has(ENDED) ? XCODE_SUCCESS : ZK::Detail::codeOfResult(pthread_getschedparam(m_id, &found, &parameter));
     if (code.isErr())
         return code;
     policy = found;
@@ -354,7 +327,8 @@ XCode ZKThread::setSchedulingPolicy(int policy, int priority)
     ZKAutoLock<ZKMutexPrivate> guard(ZKLock::s_globalMutex);
     if (m_id == 0)
         return XCODE_FAILURE;
-    XCode const code = ZK::Detail::codeOfResult(pthread_setschedparam(m_id, policy, &parameter));
+    XCode const code =
+        has(ENDED) ? XCODE_SUCCESS : ZK::Detail::codeOfResult(pthread_setschedparam(m_id, policy, &parameter));
     if (code.isSuccess())
         m_priority = parameter.sched_priority;
     return code;

@@ -88,7 +88,8 @@ public:
     /// has ended.
     virtual XCode getBacktrace(ZKBacktrace& backtrace, unsigned int skip);
 
-    /// The thread's `SCHED_...` policy and priority. `XCODE_FAILURE`, with the arguments untouched, without a thread.
+    /// The thread's `SCHED_...` policy and priority; `SCHED_OTHER` and 0 once it has ended. `XCODE_FAILURE`, with the
+    /// arguments untouched, without a thread.
     virtual XCode getSchedulingPolicy(int& policy, int& priority) const;
 
     /// `priority` is clamped to 1 to 99 for `SCHED_FIFO` and `SCHED_RR` and is 0 for all others. `XCODE_FAILURE`
@@ -163,11 +164,11 @@ private:
     static Presence PRESENCE_OF(unsigned long id);
     static void FORGET_LOCK(ZKLock* lock);
 
-    XCode prepareAttributes();
-    void destroyAttributes();
+    XCode create(String const& name);
     void setKernelName() const;
     void leave(bool returned);
-    void awaitEnd();
+    void giveUpSelf();
+    void stopAndAwaitEnd();
     XCode joinUntil(timespec const* deadline);
     void setWaitSlot(unsigned int type, ZKLock* lock, unsigned int milliseconds);
     void linkObject();
@@ -177,8 +178,8 @@ private:
 
     String m_name; // under m_startMutex
     ZKRunnable* m_runnable;
-    std::atomic<unsigned long> m_id; // cleared under ZKLock::s_globalMutex
-    pthread_attr_t m_attributes;
+    std::atomic<unsigned long> m_id; // valid while s_globalMutex is held and the thread hasn't ENDED
+    pthread_attr_t m_attributes;     // of the start under way
     std::atomic<int> m_tid;
     std::atomic<bool> m_running;
     std::atomic<int> m_priority;
@@ -187,7 +188,6 @@ private:
     ZKVector<ZKLock*> m_obtainedLocks;
 
     mutable ZKMutexPrivate m_startMutex; // held while the thread is created; taken after any other mutex
-    std::atomic<bool> m_hasAttributes;
     std::atomic<unsigned int> m_state;
     pid_t m_processId;      // of the process that started the thread: a forked child has only one
     bool* m_pDestroyed;     // tells RUN that the thread has destroyed its own object

@@ -33,7 +33,7 @@ void ZKThread::SLEEP(int milliseconds)
 
 void ZKThread::SLEEP(ZK::Time const& time)
 {
-    long long const seconds = std::min<long long>(time.getSeconds(), LLONG_MAX / 2000);
+    long long const seconds = std::clamp<long long>(time.getSeconds(), LLONG_MIN / 2000, LLONG_MAX / 2000);
     sleepMilliseconds(seconds * 1000 + time.getNanoseconds() / 1000000);
 }
 
