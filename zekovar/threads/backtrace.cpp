@@ -29,7 +29,8 @@ unsigned int skipWith(unsigned int skip, unsigned int ownFrames)
 }
 }
 
-/// Offers a record to the handler on the target's thread, for a scope. No handler touches the record after it.
+/// Offers a record to the handler on the target's thread, for a scope. No handler touches the record after it, and the
+/// frames of one that did have their symbols, also if the caller was cancelled meanwhile.
 class ZKBacktrace::Request
 {
 public:
@@ -46,6 +47,7 @@ public:
         {
             while (!m_info.m_done)
                 sched_yield();
+            m_info.m_current.load()->resolveSymbols();
         }
         m_info.m_current = nullptr;
     }
@@ -159,7 +161,6 @@ XCode ZKBacktrace::obtainBacktraceOfThreadLocked(unsigned long threadId, unsigne
         return code;
     m_skip = skipWith(skip, 2); // the handler's own operation leaves out one more
     m_threadId = threadId;
-    resolveSymbols();
     return code;
 }
 

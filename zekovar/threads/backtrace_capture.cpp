@@ -66,6 +66,7 @@ private:
     constexpr unsigned int NEXT_INSTRUCTION = 32;
     constexpr unsigned int OWN_FRAMES = 2;
 
+    asm volatile("" ::: "lr"); // the return address is saved in the caller's frame, where the walk looks for it
     Walk walk(frames, capacity);
     walk.add(reinterpret_cast<void*>(&captureInterrupted));
     walk.addChain(static_cast<Frame const*>(__builtin_frame_address(0)), OWN_FRAMES);
