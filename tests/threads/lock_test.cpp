@@ -23,14 +23,6 @@ ZKThreadSupervisor::Report ownReport()
 }
 }
 
-TEST(Lock, KindsHaveNames)
-{
-    char const* const names[] = {"mutex",         "read-lock",           "write-lock", "semaphore", "sync-event",
-                                 "sync-function", "sync-db-transaction", "epoll",      "cond-var",  "(unknown)"};
-    for (unsigned int type = 0; type < 10; type++)
-        EXPECT_STREQ(ZKLock::Type::NAME(static_cast<ZKLock::Type::Value>(type)), names[type]);
-}
-
 TEST(Lock, ForeignThreadCountsButIsNoHolder)
 {
     ZKLock lock(ZKLock::Type::MUTEX);
@@ -52,48 +44,34 @@ TEST(Lock, ForeignThreadCountsButIsNoHolder)
     EXPECT_EQ(lock.getLockCount(), 0u);
 }
 
-TEST(Lock, ThreadListsObtainedLocksAsAStack)
-{
-    FunctionThread(
-        []
-        {
-            ZKLock first(ZKLock::Type::MUTEX), second(ZKLock::Type::SYNC_EVENT);
-            first.onLocked();
-            second.onLocked();
-            auto report = ownReport();
-            ASSERT_EQ(report.obtained.size(), 2u);
-            EXPECT_EQ(report.obtained[0].name, first.getLockName());
-            EXPECT_EQ(report.obtained[1].type, ZKLock::Type::SYNC_EVENT);
-
-            first.onUnlocked();
-            report = ownReport();
-            ASSERT_EQ(report.obtained.size(), 1u);
-            EXPECT_EQ(report.obtained[0].name, first.getLockName())
-                << "the newest entry goes, whichever lock was let go";
-            second.onUnlocked();
-            second.onUnlocked();
-            EXPECT_TRUE(ownReport().obtained.isEmpty()) << "an empty list stays empty";
-        })
-        .run();
-}
-
-TEST(Lock, DestroyedLockLeavesTheReport)
+TEST(Lock, ThreadListsObtainedLocksAsAStackUntilTheyAreDestroyed)
 {
     FunctionThread(
         []
         {
             auto first = std::make_unique<ZKMutex>(false);
-            ZKMutex second(false);
+            ZKLock second(ZKLock::Type::SYNC_EVENT);
             first->lock();
-            second.lock();
-            first->unlock(); // takes the entry of the second
+            second.onLocked();
+            auto report = ownReport();
+            ASSERT_EQ(report.obtained.size(), 2u);
+            EXPECT_EQ(report.obtained[0].name, first->getLockName());
+            EXPECT_EQ(report.obtained[1].type, ZKLock::Type::SYNC_EVENT);
+
+            first->unlock();
             first->onWait(0);
-            ASSERT_EQ(ownReport().waiting.size(), 1u);
+            report = ownReport();
+            ASSERT_EQ(report.obtained.size(), 1u);
+            EXPECT_EQ(report.obtained[0].name, first->getLockName()) << "the newest entry goes, whichever was let go";
+            ASSERT_EQ(report.waiting.size(), 1u);
+
             first.reset();
-            auto const report = ownReport();
+            report = ownReport();
             EXPECT_TRUE(report.obtained.isEmpty());
             EXPECT_TRUE(report.waiting.isEmpty());
-            second.unlock();
+            second.onUnlocked();
+            second.onUnlocked();
+            EXPECT_TRUE(ownReport().obtained.isEmpty()) << "an empty list stays empty";
         })
         .run();
 }

@@ -20,7 +20,7 @@ private:
 };
 }
 
-TEST(ThreadAttributeType, ModeSaysWhetherTheEndOfTheThreadDeletes)
+TEST(ThreadAttributeType, ClearDeletesAndModeSaysWhetherTheEndOfTheThreadDoes)
 {
     ZKThreadAttributeType deleting(ZKThreadAttributeType::DELETE_ATTRIBUTE);
     ZKThreadAttributeType keeping(ZKThreadAttributeType::KEEP_ATTRIBUTE);
@@ -29,28 +29,19 @@ TEST(ThreadAttributeType, ModeSaysWhetherTheEndOfTheThreadDeletes)
     FunctionThread(
         [&]
         {
-            EXPECT_EQ(deleting.get(), nullptr);
             auto* const owned = new Attribute(deleting, deleted);
             EXPECT_TRUE(deleting.set(owned).isSuccess());
             EXPECT_TRUE(keeping.set(&attribute).isSuccess());
             EXPECT_EQ(deleting.get(), owned);
-            EXPECT_EQ(&owned->getType(), &deleting);
         })
         .run();
     EXPECT_EQ(deleting.get(), nullptr) << "each thread has its own";
     EXPECT_EQ(deleted, 1);
     EXPECT_EQ(kept, 0);
-}
 
-TEST(ThreadAttributeType, ClearDeletesAndEmpties)
-{
-    ZKThreadAttributeType type(ZKThreadAttributeType::KEEP_ATTRIBUTE);
-    std::atomic<int> deleted = 0;
-    type.clear();
-    type.set(new Attribute(type, deleted));
-    type.clear();
-    EXPECT_EQ(deleted, 1);
-    EXPECT_EQ(type.get(), nullptr);
-    ZKThreadAttributeType::DESTROY_ATTRIBUTE(nullptr);
-    EXPECT_EQ(&ZKThreadAttribute().getType(), &ZKThreadAttributeType::s_none);
+    keeping.clear();
+    keeping.set(new Attribute(keeping, kept));
+    keeping.clear();
+    EXPECT_EQ(kept, 1);
+    EXPECT_EQ(keeping.get(), nullptr);
 }
