@@ -3,7 +3,8 @@
 #include "workbench.h"
 
 #include <cerrno>
-#include <csignal>
+#include <cstring>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 namespace
@@ -156,20 +157,17 @@ void Console::readInput()
 
 void Console::readSignals()
 {
-    char number = 0;
-    unsigned int count = 0;
-    while (m_signals.readOnce(&number, 1, count, true).isSuccess() && count == 1)
+    signalfd_siginfo signal{};
+    while (m_signals.readFixedSize(&signal, sizeof(signal), true).isSuccess())
     {
-        bool const isQuit = number == SIGTERM || number == SIGINT || number == SIGHUP || number == SIGQUIT;
-        char const* const name = strsignal(number);
-        if (isQuit && !m_isEnding)
+        char const* const name = strsignal(static_cast<int>(signal.ssi_signo));
+        if (m_isEnding)
         {
-            end(name);
+            say(String(String::Formatted(), "\"%s\" changes nothing, gatewayd is ending", name));
         }
         else
         {
-            say(String(String::Formatted(), "signal \"%s\" changes nothing%s", name,
-                       m_isEnding ? ", gatewayd is ending" : ""));
+            end(name);
         }
     }
 }

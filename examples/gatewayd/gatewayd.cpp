@@ -3,11 +3,11 @@
 #include "console.h"
 #include "workbench.h"
 
-#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <getopt.h>
+#include <sys/signalfd.h>
 #include <syslog.h>
-#include <unistd.h>
 
 namespace
 {
@@ -29,15 +29,24 @@ constexpr char const* HELP =
     "  -e, --stderr         shows the lines of the system log on standard error, too\n";
 }
 
-Gatewayd::Gatewayd()
-    : ZKExecutable("hn:l:e", s_longOptions), m_signalReadEnd(-1, true, false), m_signalWriteEnd(-1, true, false)
+Gatewayd::Gatewayd() : ZKExecutable("hn:l:e", s_longOptions)
 {
-    // made before any signal is taken over, so that the handler always finds it
-    if (XCode code = ZKFile::CREATE_PIPE(m_signalReadEnd, m_signalWriteEnd, true); code.isErr())
+    // Handlers of quit signals are reset by the kernel when they are called, and a second signal that comes before they are
+    // installed again ends the process at once. Blocked signals that are read from a descriptor know no such moment; every
+    // thread inherits the mask.
+    sigset_t quitSignals;
+    sigemptyset(&quitSignals);
+    for (int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT})
     {
-        std::fprintf(stderr, "gatewayd: no pipe for the signals: %s\n", code.toString().c_str());
+        sigaddset(&quitSignals, signal);
     }
-    m_signalWriteEnd.setBlocking(false);
+    XCode code = m_signals.setValidFd(signalfd(-1, &quitSignals, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (code.isErr())
+    {
+        std::fprintf(stderr, "gatewayd: signals end it at once: %s\n", code.toString().c_str());
+        return;
+    }
+    pthread_sigmask(SIG_BLOCK, &quitSignals, nullptr);
 }
 
 XCode Gatewayd::parseArgument(char option, String const& value)
@@ -100,7 +109,7 @@ int Gatewayd::serve()
     openlog(m_identity.c_str(), LOG_PID | (m_logToStandardError ? LOG_PERROR : 0), LOG_DAEMON);
     syslog(LOG_INFO, "starts on the %s loop", m_loop.c_str());
 
-    Console console(m_signalReadEnd);
+    Console console(m_signals);
     Workbench workbench(chosenLoop(), console);
     console.serve(workbench);
 
@@ -124,13 +133,4 @@ ZKEventLoop& Gatewayd::chosenLoop() const
         return MGMT::INSTANCE();
     }
     return IO::INSTANCE();
-}
-
-void Gatewayd::onQuitSignal(int signal)
-{
-    int const savedErrno = errno;
-    char const number = static_cast<char>(signal);
-    // a full pipe already holds more signals than the console will look at
-    [[maybe_unused]] ssize_t const written = write(m_signalWriteEnd.getFd(), &number, 1);
-    errno = savedErrno;
 }

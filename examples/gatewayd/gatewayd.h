@@ -14,8 +14,8 @@ public:
 
     XCode parseArgument(char option, String const& value) override;
 
-    /// Runs inside the signal handler: it only leaves the signal's number in a pipe for the console's loop.
-    void onQuitSignal(int signal) override;
+    /// For the signals that don't end the daemon: nothing happens. Those that do come to the console through a descriptor.
+    void onQuitSignal(int) override {}
 
     void subclassHookA() override {}
 
@@ -36,6 +36,5 @@ private:
     bool m_logToStandardError = false;
     String m_identity;
     String m_loop = "io";
-    ZKFile m_signalReadEnd;
-    ZKFile m_signalWriteEnd;
+    ZKFile m_signals{-1, true, false}; // from which the console reads the signals that end the daemon
 };
