@@ -70,8 +70,10 @@ void ZKEventLoop::stop()
         m_thread.detach();
     m_stopped.store(true, std::memory_order_release);
     wakeupLoop();
-    if (canJoin)
-        m_thread.join();
+    if (!canJoin)
+        return;
+    m_thread.join();
+    waitForThread(); // a thread that stopped and restarted its own loop can't be joined
 }
 
 void ZKEventLoop::waitForThread()
@@ -149,10 +151,9 @@ void ZKEventLoop::ON_TRIGGER(void* loop)
 
 void ZKEventLoop::drainQueues()
 {
-    ZK::Time now;
     unsigned int priority = 0;
     while (priority < EventPrio::COUNT)
-        priority = m_queues[priority]->processEvent(now) ? 0 : priority + 1;
+        priority = m_queues[priority]->processEvent() ? 0 : priority + 1;
 }
 
 bool ZKEventLoop::hasEvents() const

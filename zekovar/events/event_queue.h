@@ -59,7 +59,12 @@ public:
     /// Takes the first entry off and runs its event; false if there was none.
     bool processEvent();
 
-    unsigned int getFillLevel() const;
+    /// Read without a lock.
+    unsigned int getFillLevel() const
+    {
+        uint32_t const removed = m_removedCount.load(std::memory_order_acquire);
+        return m_addedCount.load(std::memory_order_relaxed) - removed;
+    }
 
     /// Copies the figures and starts a new interval for the three interval maxima.
     void getStatistics(Statistics& statistics);
@@ -75,10 +80,12 @@ public:
     bool isProcessing() const { return m_processing.load(std::memory_order_relaxed); }
 
     /// @name Single figures
-    /// As in `Statistics`, without a new interval; the processed ones are read without a lock.
+    /// As in `Statistics`, without a new interval; the processed one is read without a lock.
     /// @{
     uint64_t getAddedCount() const;
-    uint64_t getProcessedCount() const;
+
+    uint64_t getProcessedCount() const { return m_processed.load(std::memory_order_relaxed); }
+
     uint64_t getMaxFillLevel() const;
 
     /// @}
@@ -91,32 +98,33 @@ public:
     }
 
 private:
-    friend class ZKEventLoop;
-
-    /// As `processEvent`. `now` is the time if it was read just before, else zero; it is brought up to date in the same way.
-    bool processEvent(ZK::Time& now);
-    bool takeFirst(EventInfo& info, ZK::Time const& now);
+    bool takeFirst(EventInfo& info);
     void onEventAdded(EventInfo const& info);
-    void onEventRemoved(EventInfo& info, ZK::Time const& now);
+    void onEventRemoved(EventInfo& info);
     void onProcessed(EventInfo const& info);
     void updateMaxFillLevel();
 
-    // Entries move in batches from the posters' side to the loop's, so that the two rarely meet at a mutex or in the cache.
+    // Entries move in batches from the posters' side to the loop's, and each side has its own cache lines, so that the
+    // two rarely meet.
     ZKEventLoop& m_loop;
     String m_name;
     unsigned int m_levelHint;
     mutable ZKMutexPrivate m_mutex;  // guards the posters' side; taken before m_removalMutex
     std::deque<EventInfo> m_entries; // what isn't yet in m_batch
-    uint64_t m_added;
-    uint64_t m_maxFillLevel;
-    uint64_t m_maxFillLevelInterval;
-    uint64_t m_addedTimes;              // sum of all `added` in nanoseconds, modulo 2^64
-    uint32_t m_removedSeen;             // an m_removedCount of the past
-    std::atomic<uint32_t> m_addedCount; // modulo 2^32, as m_removedCount: the difference is the fill level
 
     alignas(64) std::atomic<bool> m_processing;
-    mutable Statistics m_statistics; // of the loop's side; guarded by m_removalMutex, but for the processed figures
-    ZKMutexPrivate m_removalMutex;
-    std::atomic<uint32_t> m_removedCount;
-    std::deque<EventInfo> m_batch; // only the loop's thread looks at it
+    Statistics m_statistics;              // removed, queuing and processing times; what else it has is apart
+    ZKMutexPrivate m_removalMutex;        // guards m_statistics and m_removedTimes
+    uint64_t m_removedTimes;              // sum of all `removed` in nanoseconds, modulo 2^64
+    std::atomic<uint64_t> m_processed;    // written by the loop's thread alone, without the mutex
+    std::atomic<uint32_t> m_removedCount; // the low word of what is removed
+    std::deque<EventInfo> m_batch;        // only the loop's thread looks at it
+
+    alignas(
+        64) std::atomic<uint32_t> m_addedCount; // the low word of m_added; minus m_removedCount it is the fill level
+    uint64_t m_added;                           // from here on guarded by m_mutex
+    uint64_t m_maxFillLevel;
+    uint64_t m_maxFillLevelInterval;
+    uint64_t m_addedTimes;  // sum of all `added` in nanoseconds, modulo 2^64
+    uint32_t m_removedSeen; // an m_removedCount of the past
 };
