@@ -120,9 +120,8 @@ private:
     std::atomic<uint32_t> m_removedCount; // the low word of what is removed
     std::deque<EventInfo> m_batch;        // only the loop's thread looks at it
 
-    alignas(
-        64) std::atomic<uint32_t> m_addedCount; // the low word of m_added; minus m_removedCount it is the fill level
-    uint64_t m_added;                           // from here on guarded by m_mutex
+    alignas(64) std::atomic<uint32_t> m_addedCount; // low word of m_added; less m_removedCount, the fill level
+    uint64_t m_added;                               // from here on guarded by m_mutex
     uint64_t m_maxFillLevel;
     uint64_t m_maxFillLevelInterval;
     uint64_t m_addedTimes;  // sum of all `added` in nanoseconds, modulo 2^64
