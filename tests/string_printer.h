@@ -1,6 +1,7 @@
 #pragma once
 
 #include "zekovar/foundation/string.h"
+#include "zekovar/foundation/vector.h"
 
 #include <ostream>
 
@@ -8,4 +9,13 @@
 inline void PrintTo(String const& text, std::ostream* out)
 {
     *out << '"' << text.c_str() << '"';
+}
+
+/// The texts of the values with bars between them.
+template <class... Values>
+String listed(Values const&... values)
+{
+    ZKVector<String> texts;
+    (texts.add(String::stringOf(values)), ...);
+    return String::join(texts, "|");
 }

