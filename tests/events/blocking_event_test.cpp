@@ -1,7 +1,6 @@
 #include "zekovar/events/blocking_event.h"
 
-#include "tests/eventually.h"
-#include "zekovar/events/event_loop.h"
+#include "tests/events/loop_fixture.h"
 
 #include <atomic>
 #include <future>
@@ -12,7 +11,7 @@ TEST(BlockingEvent, ReleasesItsPosterAfterTheHandlerAndWhenItIsDropped)
 {
     auto const count = [](void* counter) { ++*static_cast<std::atomic<int>*>(counter); };
     std::atomic<int> runs = 0;
-    auto loop = std::make_unique<ZKEventLoop>("Blocking", 16, 100, 1000, 10000, 16);
+    auto loop = std::make_unique<TestLoop>();
     auto* event = new _ZKBlockingEvent(*loop, EventPrio::LOW, count, &runs);
     auto const post = [&]
     {

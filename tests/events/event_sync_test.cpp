@@ -2,29 +2,22 @@
 
 #include "tests/captured_syslog.h"
 #include "tests/events/loop_fixture.h"
-#include "zekovar/events/blocking_event.h"
 #include "zekovar/events/synchronized.h"
-#include "zekovar/threads/thread.h"
 
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
 {
-struct RunningLoop : TestLoop
+void runOn(TestLoop& loop, std::function<void()> body)
 {
-    RunningLoop() { start(); }
-};
-
-void runOn(ZKEventLoop& loop, std::function<void()> body)
-{
-    auto* event = new _ZKBlockingEvent(
-        loop, EventPrio::NORMAL, [](void* function) { (*static_cast<std::function<void()>*>(function))(); }, &body);
-    EXPECT_TRUE(event->set().isSuccess());
-    event->destroy();
+    Task const task(loop, EventPrio::NORMAL, std::move(body));
+    task->set();
+    EXPECT_TRUE(loop.handleAll());
 }
 
 uint64_t addedTo(ZKEventLoop& loop)
@@ -43,7 +36,7 @@ std::vector<unsigned long> currentList()
 
 TEST(EventSync, LoopsOwnThreadIsGrantedAtOnceAndShownAsTheHolder)
 {
-    RunningLoop loop;
+    TestLoop loop;
     runOn(loop,
           [&]
           {
@@ -76,7 +69,7 @@ TEST(EventSync, NestedLevelsPostOneEventAndTheLastOneLetsTheLoopGo)
             EXPECT_EQ(currentList().size(), 32u) << "the list is full, the levels go on";
             EXPECT_EQ(ZKThreadAttributeSynchronized::CURRENT()->pushThread(1), XCODE_FAILURE);
             EXPECT_EQ(addedTo(loop), 1u);
-            auto* event = new ZKEvent(loop, EventPrio::HIGH, nullptr, nullptr);
+            Task const event(loop, EventPrio::HIGH, [] {});
             event->set();
             for (int i = 0; i < 40; i++)
                 sync.unlock();
@@ -84,7 +77,6 @@ TEST(EventSync, NestedLevelsPostOneEventAndTheLastOneLetsTheLoopGo)
             EXPECT_EQ(event->getPending(), 1u) << "one level still holds the loop";
             sync.unlock();
             EXPECT_TRUE(eventually([&] { return !event->isPending(); }));
-            event->destroy();
         });
     EXPECT_TRUE(eventually([&] { return loop.getQueue(EventPrio::NORMAL).getFillLevel() == 1; }));
     loop.start();
@@ -93,8 +85,9 @@ TEST(EventSync, NestedLevelsPostOneEventAndTheLastOneLetsTheLoopGo)
 
 TEST(EventSync, OnlyTheHolderIsSynchronised)
 {
-    RunningLoop loop;
+    TestLoop loop;
     ZKThread const& thread = loop.getThread();
+    loop.start();
     EXPECT_TRUE(eventually([&] { return ZKThread::GET_BY_NAME("Test") != nullptr; }));
     auto const expectAll = [&](bool expected)
     {
@@ -112,11 +105,9 @@ TEST(EventSync, OnlyTheHolderIsSynchronised)
         std::thread([&] { expectAll(false); }).join();
         CapturedSyslog captured;
         printCurrentSynchronizationToSyslog(7);
-        String const self = ZKThread::CURRENT_NAME();
+        std::string const self = ZKThread::CURRENT_NAME().c_str();
         EXPECT_EQ(captured.lines(),
-                  (std::vector<std::string>{String::stringOfFormat("7 Current Thread %s is synchronized to %s, Test",
-                                                                   self.c_str(), self.c_str())
-                                                .c_str()}));
+                  (std::vector<std::string>{"7 Current Thread " + self + " is synchronized to " + self + ", Test"}));
     }
     expectAll(false);
     runOn(loop, [&] { expectAll(true); });
@@ -124,7 +115,9 @@ TEST(EventSync, OnlyTheHolderIsSynchronised)
 
 TEST(EventSync, LoopsMayBeReleasedInTheOrderInWhichTheyWereStopped)
 {
-    RunningLoop first, second;
+    TestLoop first, second;
+    first.start();
+    second.start();
     first.getEventSync(EventPrio::NORMAL).lock();
     second.getEventSync(EventPrio::NORMAL).lock();
     first.getEventSync(EventPrio::NORMAL).unlock();

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
+#include <tuple>
 
 namespace
 {
@@ -31,8 +32,6 @@ protected:
         return -1;
     }
 
-    bool isListed() const { return queuingDelay() >= 0; }
-
     std::string report() const
     {
         String text;
@@ -51,16 +50,15 @@ TEST_F(LoopSupervisor, CountsSecondsWithoutProgress)
     QueueState const idle[3] = {};
     QueueState const stuck[3] = {{7, 0, false}, {0, 0, true}, {0, 2, false}};
     QueueState const moving[3] = {{7, 0, false}, {0x123456789ull, 0, true}, {0, 2, false}};
-    status.countSecond(idle);
-    EXPECT_EQ(status.processingTime, 0u);
-    EXPECT_EQ(status.queuingDelay, 1u);
-    status.countSecond(stuck);
-    EXPECT_EQ(status.processingTime, 0u) << "seven were handled in this second";
-    for (int i = 0; i < 31; i++)
-        status.countSecond(stuck);
-    EXPECT_EQ(status.processingTime, 31u);
-    status.countSecond(moving);
-    EXPECT_EQ(status.processingTime, 0u);
+    std::tuple<QueueState const(&)[3], int, unsigned int, unsigned int> const rows[] = {
+        {idle, 1, 0, 1}, {stuck, 1, 0, 2}, {stuck, 31, 31, 33}, {moving, 1, 0, 34}};
+    for (auto const& [queues, seconds, processingTime, queuingDelay] : rows)
+    {
+        for (int i = 0; i < seconds; i++)
+            status.countSecond(queues);
+        EXPECT_EQ(status.processingTime, processingTime);
+        EXPECT_EQ(status.queuingDelay, queuingDelay);
+    }
     EXPECT_EQ(status.maxProcessingTime, 31u);
     EXPECT_EQ(status.maxQueuingDelay, 34u);
     EXPECT_EQ(status.lastProcessed[1], 0xFFFFFFFFu);
@@ -121,7 +119,8 @@ TEST_F(LoopSupervisor, HeartbeatOnTheLoopsTicksEndsTheQueuingDelay)
     m_supervisor.unregisterEventLoop(nullptr);
     m_supervisor.unregisterEventLoop(&m_loop);
     ticks.onFileReady();
-    EXPECT_FALSE(isListed()) << "the second registration didn't count, and a loop without a thread isn't waited for";
+    EXPECT_LT(queuingDelay(), 0)
+        << "the second registration didn't count, and a loop without a thread isn't waited for";
 }
 
 TEST_F(LoopSupervisor, ShowsAHandlerThatBlocksItsLoopAndWaitsForItWhenTheLoopLeaves)
@@ -134,19 +133,17 @@ TEST_F(LoopSupervisor, ShowsAHandlerThatBlocksItsLoopAndWaitsForItWhenTheLoopLea
     EXPECT_THAT(report(),
                 HasSubstr("          low                        1 -         0 =          0          1  processing\n"));
 
-    std::atomic<int> left = 0;
     auto const leave = [&]
     {
         m_supervisor.unregisterEventLoop(&m_loop);
-        left++;
+        EXPECT_FALSE(blocked) << "a heartbeat may still come until the loop stands still";
     };
     std::thread first(leave), second(leave);
     EXPECT_TRUE(eventually([&] { return m_loop.getQueue(EventPrio::HIGH).getFillLevel() == 1; }));
-    EXPECT_TRUE(isListed());
-    EXPECT_EQ(left, 0) << "a heartbeat may still come until the loop stands still";
+    EXPECT_GE(queuingDelay(), 0);
     blocked = false;
     blocked.notify_all();
     first.join();
     second.join();
-    EXPECT_FALSE(isListed());
+    EXPECT_LT(queuingDelay(), 0);
 }
