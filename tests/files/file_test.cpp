@@ -4,7 +4,9 @@
 #include "tests/string_printer.h"
 #include "tests/temporary_directory.h"
 #include "zekovar/foundation/system_code.h"
+#include "zekovar/foundation/vector.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -24,9 +26,15 @@ bool isDescriptorOpen(int fd)
 class File : public testing::Test
 {
 protected:
+    void touch(char const* name)
+    {
+        ASSERT_TRUE(ZKFile(m_directory / name, true, false).open(O_CREAT | O_WRONLY, 0700, ZKFile::XO_CREATE_DIRS));
+    }
+
     TemporaryDirectory m_directory;
     String m_path = m_directory / "file";
 };
+
 }
 
 TEST_F(File, OpeningAndClosingMoveBetweenTheTwoStates)
@@ -89,8 +97,8 @@ TEST_F(File, TakenDescriptorsBringTheirPath)
     int const old = file.getFd();
     EXPECT_EQ(::fcntl(old, F_GETFD), FD_CLOEXEC);
     EXPECT_TRUE(file.setCloseOnExec(false) && ::fcntl(old, F_GETFD) == 0);
-    EXPECT_TRUE(file.isBlocking() && file.setBlocking(false) && !file.isBlocking());
-    EXPECT_TRUE(file.setBlocking(true) && file.isBlocking());
+    for (bool const blocking : {false, true})
+        EXPECT_TRUE(file.setBlocking(blocking) && file.isBlocking() == blocking);
 
     errno = EMFILE;
     EXPECT_EQ(file.setValidFd(-1), codeOfErrno(EMFILE));
@@ -118,8 +126,6 @@ TEST_F(File, PropertiesAreThoseOfTheOpenDescriptorFirst)
     int major = 0, minor = 0;
     ZKFile const null("/dev/null", false, false);
     EXPECT_TRUE(null.isCharDev(nullptr, nullptr) && null.isCharDev(&major, &minor) && major == 1 && minor == 3);
-    EXPECT_TRUE(null.getDevMajor() == 1 && null.getDevMinor() == 3);
-    EXPECT_FALSE(null.isBlockDev(nullptr, nullptr) || null.isSocket() || null.isDirectory());
 }
 
 TEST_F(File, NodesAreMadeWithTheirFullModeAndRenamed)
@@ -137,4 +143,69 @@ TEST_F(File, NodesAreMadeWithTheirFullModeAndRenamed)
     EXPECT_EQ(file.rename(m_directory / "no/where"), codeOfErrno(ENOENT));
     EXPECT_EQ(file.getPath(), m_directory / "other");
     EXPECT_TRUE(file.isFifo() && !ZKFile::EXISTS(m_path));
+}
+
+TEST_F(File, CreateDirMakesAllThatIsMissing)
+{
+    EXPECT_TRUE(ZKFile::CREATE_DIR(m_directory / "a/b/c", 0755));
+    EXPECT_TRUE(ZKFile(m_directory / "a/b/c", false, false).isDirectory());
+    touch("file");
+    EXPECT_TRUE(ZKFile::CREATE_DIR(m_directory / "file", 0755)) << "what exists is a success";
+    EXPECT_EQ(ZKFile::CREATE_DIR("", 0755), codeOfErrno(ENOENT));
+    String const hostile = (m_directory / "file").concat(String::repeat("/x", 200000));
+    EXPECT_EQ(ZKFile::CREATE_DIR(hostile, 0755), codeOfErrno(ENOTDIR)) << "and no stack overflow";
+}
+
+TEST_F(File, RemoveTakesWholeTreesAndWhatIsMissingIsGone)
+{
+    EXPECT_TRUE(ZKFile::REMOVE(m_directory / "missing"));
+    touch("tree/a/file");
+    touch("target/file");
+    ASSERT_EQ(::symlink("../target", (m_directory / "tree/link").c_str()), 0);
+    EXPECT_TRUE(ZKFile::REMOVE(m_directory / "tree"));
+    EXPECT_FALSE(ZKFile::EXISTS(m_directory / "tree") || ZKFile::EXISTS(m_directory / "target/file"));
+    ASSERT_EQ(::symlink(".", (m_directory / "target/loop").c_str()), 0);
+    EXPECT_EQ(ZKFile::REMOVE(m_directory / "target"), codeOfErrno(ENOENT)) << "the link went from below itself";
+
+    ASSERT_EQ(::symlink("nowhere", (m_directory / "dangling").c_str()), 0);
+    EXPECT_TRUE(ZKFile::REMOVE(m_directory / "dangling") && ZKFile::IS_SOFTLINK(m_directory / "dangling"));
+}
+
+TEST_F(File, ListsOfDirectoriesAddTheirEntries)
+{
+    touch("one");
+    ASSERT_TRUE(ZKFile::CREATE_DIR(m_directory / "two", 0755));
+    ZKVector<String> entries;
+    ASSERT_TRUE(ZKFile::GET_SUBDIRECTORIES(m_directory / "two", entries, false));
+    ASSERT_TRUE(ZKFile::LIST_DIRECTORY(m_directory.path(), entries, false));
+    EXPECT_THAT(std::vector<String>(entries.begin(), entries.end()),
+                testing::UnorderedElementsAre(".", "..", "one", "two"));
+    entries.clear();
+    ASSERT_TRUE(ZKFile::GET_FILES(m_directory.path(), entries, true));
+    String const missing = m_directory / "missing";
+    EXPECT_TRUE(ZKFile::GET_FILES(missing, entries, false));
+    EXPECT_EQ(ZKFile::LIST_DIRECTORY(missing, entries, false), codeOfErrno(ENOENT));
+    EXPECT_EQ(ZKFile::GET_SUBDIRECTORIES(missing, entries, false), codeOfErrno(ENOENT));
+    EXPECT_TRUE(entries.size() == 1 && entries[0] == m_directory / "one");
+}
+
+TEST_F(File, PathsAndLinksAreTakenApart)
+{
+    EXPECT_TRUE(ZKFile::BASENAME("/") == "/" && ZKFile::BASENAME("/a/b") == "b");
+    EXPECT_TRUE(ZKFile::BASENAME("a/") == "" && ZKFile::BASENAME("a") == "a");
+    EXPECT_EQ(ZKFile::GET_PATH(-1), "");
+
+    String const link = m_directory / "link";
+    ASSERT_EQ(::symlink("some/where", link.c_str()), 0);
+    EXPECT_TRUE(ZKFile::IS_SOFTLINK(link) && !ZKFile::EXISTS(link));
+    String target("old");
+    EXPECT_TRUE(ZKFile::GET_SOFTLINK(link, target) && target == "some/where");
+    EXPECT_EQ(ZKFile::GET_SOFTLINK(m_directory.path(), target), codeOfErrno(EINVAL));
+    EXPECT_EQ(target, "");
+
+    bool isInside = false;
+    EXPECT_TRUE(ZKFile::IS_FILE_IN_DIR(link, m_directory.path(), isInside) && isInside);
+    EXPECT_TRUE(ZKFile::IS_FILE_IN_DIR(m_directory / "../file", m_directory.path(), isInside) && !isInside);
+    isInside = true;
+    EXPECT_TRUE(ZKFile::IS_FILE_IN_DIR(m_directory / "missing/file", m_directory.path(), isInside) && !isInside);
 }

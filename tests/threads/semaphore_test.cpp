@@ -1,39 +1,28 @@
+#include "tests/captured_syslog.h"
+#include "tests/threads/function_thread.h"
+#include "zekovar/foundation/random.h"
+#include "zekovar/foundation/system_code.h"
+#include "zekovar/threads/sem_fifo.h"
+#include "zekovar/threads/sem_global.h"
 #include "zekovar/threads/semaphore.h"
 
-#include "tests/captured_syslog.h"
-#include "tests/eventually.h"
-#include "tests/string_printer.h"
-#include "tests/threads/function_thread.h"
-#include "zekovar/foundation/system_code.h"
-#include "zekovar/threads/thread_supervisor.h"
-
-#include <gtest/gtest.h>
-
+#include <fcntl.h>
 #include <memory>
+#include <sys/sem.h>
 #include <thread>
 
 using ZK::Detail::codeOfErrno;
 
-namespace
-{
 constexpr int NO_LIMIT = 0x7FFFFFFF;
-
-ZKVector<ZKThreadSupervisor::Report> status()
-{
-    ZKVector<ZKThreadSupervisor::Report> reports;
-    ZKThreadSupervisor::INSTANCE().getStatus(reports);
-    return reports;
-}
-}
 
 TEST(Semaphore, PollTakesWhatIsThereAndTimesOutOtherwise)
 {
     ZKSemaphore semaphore(1, 1, ZK::Time::Source::MONOTONIC);
 
-    EXPECT_TRUE(semaphore.waitFor(0).isSuccess());
+    EXPECT_TRUE(semaphore.waitFor(0));
     EXPECT_EQ(semaphore.waitFor(0).getValue(), 0x11000000u + ETIMEDOUT);
-    EXPECT_TRUE(semaphore.signal().isSuccess());
-    EXPECT_TRUE(semaphore.signal().isSuccess()) << "at the maximum a signal is dropped, not refused";
+    EXPECT_TRUE(semaphore.signal());
+    EXPECT_TRUE(semaphore.signal()) << "at the maximum a signal is dropped, not refused";
     EXPECT_EQ(semaphore.getLockStatus(), "curr=1,max=1");
 }
 
@@ -64,26 +53,12 @@ TEST(Semaphore, ReportShowsAWaiterWithoutLimitUntilItIsServed)
                             Wait([](ZKSemaphore& semaphore) { return semaphore.waitUntil(ZK::Time(0x7FFFFFFF)); })})
     {
         ZKSemaphore semaphore(0, NO_LIMIT, ZK::Time::Source::REALTIME);
-        FunctionThread waiter(
-            [&]
-            {
-                EXPECT_TRUE(wait(semaphore));
-                EXPECT_TRUE(status()[0].waiting.isEmpty());
-            });
-        ASSERT_TRUE(waiter.start(""));
-        ZKVector<ZKThreadSupervisor::Report> reports;
-        EXPECT_TRUE(eventually(
-            [&]
-            {
-                reports = status();
-                return reports.size() == 1 && reports[0].waiting.size() == 1 &&
-                       reports[0].waiting[0].type == ZKLock::Type::SEMAPHORE; // not its mutex
-            }));
+        FunctionThread waiter([&] { EXPECT_TRUE(wait(semaphore) && threadStatus()[0].waiting.isEmpty()); });
+        auto const shown = statusOfWaiter(ZKLock::Type::SEMAPHORE)[0].waiting[0]; // no more for its mutex
         EXPECT_TRUE(semaphore.signal());
         waiter.join();
-        ASSERT_TRUE(reports.size() == 1 && reports[0].waiting.size() == 1);
-        EXPECT_EQ(reports[0].waiting[0].name, semaphore.getLockName());
-        EXPECT_EQ(reports[0].waiting[0].status, "curr=0,max=2147483647");
+        EXPECT_EQ(shown.name, semaphore.getLockName());
+        EXPECT_EQ(shown.status, "curr=0,max=2147483647");
         EXPECT_EQ(semaphore.waitFor(0), codeOfErrno(ETIMEDOUT)) << "one unit was taken";
     }
 }
@@ -120,4 +95,109 @@ TEST(Semaphore, LastWaiterMayDestroyIt)
         semaphore.reset();
         signaller.join();
     }
+}
+
+TEST(SemFifo, MakerAndUsersShareTheUnits)
+{
+    String path;
+    {
+        ZKSemFifo maker(0, 2);
+        path = ZKSemFifo::BUILD_FIFO_PATH(maker.getId());
+        ASSERT_TRUE(ZKFile(path, false, false).isFifo());
+        ZKSemFifo user(maker.getId(), 1);
+        EXPECT_EQ(user.getLockName(), String::stringOfFormat("%s (%p)", path.c_str(), static_cast<void const*>(&user)));
+        EXPECT_TRUE(maker.wait() && user.wait() && maker.wait());
+    }
+    EXPECT_FALSE(ZKFile::EXISTS(path));
+}
+
+TEST(SemFifo, PathThatIsNoFifoFailsWithALine)
+{
+    CapturedSyslog log;
+    int const id = 2000000000 + ::getpid(); // of no other test
+    String const path = ZKSemFifo::BUILD_FIFO_PATH(id);
+    ZKSemFifo missing(id, 1);
+    EXPECT_FALSE(ZKFile::EXISTS(path)) << "nothing is made in its place";
+    ZKFile regular(path, true, true);
+    ASSERT_TRUE(regular.open(O_RDWR | O_CREAT, 0600, ZKFile::XO_NONE));
+    ZKSemFifo semaphore(id, 0);
+    EXPECT_TRUE(semaphore.wait().isErr() && semaphore.signal().isErr());
+
+    std::string const start = "3 SEMFIFO " + std::to_string(id);
+    std::string const end = std::string(" FAILED: ") + path.c_str() + " (FD=-1): BAD FILE DESCRIPTOR (9)\n";
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{start + " CREATION FAILED: INTERNAL ERROR\n",
+                                                     start + " CREATION FAILED: INTERNAL ERROR\n",
+                                                     start + " WAIT" + end, start + " SIGNAL" + end}));
+}
+
+TEST(SemFifo, ThreadThatIsToBeCancelledMayDestroyIt)
+{
+    String path;
+    auto const function = [&]
+    {
+        ZKSemFifo const semaphore(0, 0);
+        ZKFile file(path = ZKSemFifo::BUILD_FIFO_PATH(semaphore.getId()), true, false);
+        EXPECT_TRUE(file.open(O_RDWR, 0, ZKFile::XO_NONE));
+        ::pthread_cancel(::pthread_self()); // at its next close, if that heeds it
+    };
+    std::thread(function).join();
+    EXPECT_FALSE(ZKFile::EXISTS(path));
+}
+
+TEST(Descriptors, NoneReachesAnotherProgram)
+{
+    auto const countInherited = []
+    {
+        int count = 0;
+        for (int fd = 0; fd < 256; fd++)
+            count += ::fcntl(fd, F_GETFD) == 0; // open, and no FD_CLOEXEC
+        return count;
+    };
+    int const before = countInherited(); // what the test itself was given
+    ZKSemFifo const fifo(0, 0);
+    ZKRandom const random(false);
+    ZKFile ends[2];
+    ASSERT_TRUE(ZKFile::CREATE_PIPE(ends[0], ends[1], true));
+    ASSERT_TRUE(random.isOpen());
+    EXPECT_EQ(countInherited(), before);
+}
+
+TEST(SemGlobal, CreatorRemovesWhatUsersShare)
+{
+    _ZKSemGlobal creator;
+    ASSERT_TRUE(creator.setup(0));
+    EXPECT_EQ(creator.setup(0), XCODE_FAILURE);
+    int const id = creator.getId();
+    EXPECT_EQ(creator.getLockStatus(), "creator");
+    EXPECT_EQ(creator.getLockName(), String::stringOfFormat("%d (%p)", id, static_cast<void*>(&creator)));
+    {
+        _ZKSemGlobal user;
+        ASSERT_TRUE(user.setup(id));
+        EXPECT_EQ(user.getLockStatus(), "user");
+        EXPECT_TRUE(user.initialiseWithValue(3) && creator.waitForMinValue(3));
+    }
+    EXPECT_EQ(::semctl(id, 0, GETVAL), 3) << "a user leaves the semaphore alone";
+    EXPECT_TRUE(creator.destroy());
+    EXPECT_LT(::semctl(id, 0, GETVAL), 0);
+
+    CapturedSyslog log;
+    EXPECT_TRUE(creator.decrementOne().isErr() && creator.initialiseWithValue(1).isErr() &&
+                creator.waitForMinValue(0).isErr());
+    EXPECT_TRUE(log.lines().empty()) << "it isn't set up any more";
+    ASSERT_TRUE(creator.setup(id));
+    EXPECT_EQ(creator.decrementOne(), XCODE_FAILURE);
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].rfind("3 Failed execute semop in ZKSemGlobal: " + std::to_string(id) + " 22: ", 0), 0u);
+}
+
+TEST(SemGlobal, OnlyNegativeChangesReachTheSemaphore)
+{
+    _ZKSemGlobal semaphore;
+    ASSERT_TRUE(semaphore.setup(0));
+    ASSERT_TRUE(semaphore.initialiseWithValue(2));
+    for (int const refused : {0, 1, 65535})
+        EXPECT_EQ(semaphore.operation(refused), XCODE_FAILURE);
+    EXPECT_EQ(semaphore.aThrowsBallToB(), XCODE_FAILURE);
+    EXPECT_TRUE(semaphore.operation(-1) && semaphore.decrementOne());
+    EXPECT_EQ(::semctl(semaphore.getId(), 0, GETVAL), 0);
 }

@@ -1,12 +1,8 @@
-#include "tests/eventually.h"
-#include "tests/string_printer.h"
 #include "tests/threads/function_thread.h"
 #include "zekovar/foundation/system_code.h"
-#include "zekovar/foundation/time.h"
+#include "zekovar/threads/thread_attribute.h"
 
-#include <gtest/gtest.h>
 #include <memory>
-#include <sched.h>
 #include <sys/prctl.h>
 
 namespace
@@ -18,15 +14,27 @@ struct Counted
 
     std::atomic<int>& count;
 };
+
+struct CountedAttribute : ZKThreadAttribute
+{
+    CountedAttribute(ZKThreadAttributeType const& type, std::atomic<int>& count)
+        : ZKThreadAttribute(type), counted{count}
+    {
+    }
+
+    Counted counted;
+};
 }
 
 TEST(Thread, WithoutAThreadNothingHappens)
 {
+    EXPECT_EQ(ZKThread::CURRENT(), nullptr);
+    EXPECT_EQ(ZKThread::CURRENT_NAME(), String::stringOfFormat("%p", reinterpret_cast<void*>(pthread_self())));
     ZKThread thread("idle");
     thread.stop();
     thread.detach();
     thread.join();
-    EXPECT_TRUE(thread.join(0).isSuccess());
+    EXPECT_TRUE(thread.join(0));
     int policy = 7, priority = 8;
     EXPECT_EQ(thread.getSchedulingPolicy(policy, priority), XCODE_FAILURE);
     EXPECT_EQ(thread.setSchedulingPolicy(SCHED_OTHER, 0), XCODE_FAILURE);
@@ -38,26 +46,23 @@ TEST(Thread, WithoutAThreadNothingHappens)
 TEST(Thread, KnowsItselfWhileItRunsAndCanBeStartedAgain)
 {
     std::atomic<int> runs = 0;
-    FunctionThread thread(
-        [&]
-        {
-            runs++;
-            EXPECT_EQ(ZKThread::CURRENT(), &thread);
-            EXPECT_TRUE(thread.isRunning());
-            EXPECT_TRUE(ZKThread::CURRENT_HAS_ID(thread.getId()));
-            EXPECT_EQ(ZKThread::GET_BY_ID(thread.getId()), &thread);
-            EXPECT_EQ(ZKThread::GET_BY_TID(thread.getTid()), &thread);
-            EXPECT_EQ(ZKThread::GET_BY_NAME("test"), &thread);
-            EXPECT_EQ(ZKThread::CURRENT_NAME(), "test");
-            EXPECT_EQ(ZKThread::NAME_BY_ID(thread.getId()), "test");
-            EXPECT_EQ(thread.start(""), XCODE_FAILURE) << "it runs already";
-        });
+    auto const function = [&]
+    {
+        ZKThread* const self = ZKThread::CURRENT();
+        ASSERT_TRUE(self != nullptr && self->isRunning() && ZKThread::CURRENT_HAS_ID(self->getId()));
+        EXPECT_EQ(ZKThread::GET_BY_ID(self->getId()), self);
+        EXPECT_EQ(ZKThread::GET_BY_TID(self->getTid()), self);
+        EXPECT_EQ(ZKThread::GET_BY_NAME("test"), self);
+        EXPECT_TRUE(ZKThread::CURRENT_NAME() == "test" && ZKThread::NAME_BY_ID(self->getId()) == "test");
+        EXPECT_EQ(self->start(""), XCODE_FAILURE) << "it runs already";
+        runs++;
+    };
+    FunctionThread thread(function);
     for (int i = 1; i <= 3; i++)
     {
-        EXPECT_TRUE(thread.start("").isSuccess());
-        EXPECT_TRUE(thread.isAlive());
         EXPECT_TRUE(eventually([&] { return runs == i && !thread.isRunning(); }));
         EXPECT_TRUE(thread.isAlive()) << "it wasn't joined yet";
+        EXPECT_TRUE(i == 3 || thread.start(""));
     }
     unsigned long const id = thread.getId();
     EXPECT_EQ(ZKThread::GET_BY_ID(id), nullptr);
@@ -69,32 +74,30 @@ TEST(Thread, KnowsItselfWhileItRunsAndCanBeStartedAgain)
 TEST(Thread, KernelShowsTheNameWithoutBlanks)
 {
     char kernelName[17] = "";
-    FunctionThread thread([&] { prctl(PR_GET_NAME, kernelName); });
-    thread.start("the first name");
+    FunctionThread thread([&] { prctl(PR_GET_NAME, kernelName); }, "");
+    EXPECT_EQ(thread.getName(), String::stringOfFormat("%p", reinterpret_cast<void*>(thread.getId())));
+    thread.join();
+    EXPECT_TRUE(thread.start("the first name"));
     thread.join();
     EXPECT_STREQ(kernelName, "the_first_name");
     EXPECT_EQ(thread.getName(), "the first name");
-    FunctionThread nameless([] {}, "");
-    nameless.start("");
-    EXPECT_EQ(nameless.getName(), String::stringOfFormat("%p", reinterpret_cast<void*>(nameless.getId())));
 }
 
 TEST(Thread, TimedJoinLeavesARunningThreadToALaterJoin)
 {
-    Door end(0);
-    FunctionThread thread(
-        [&]
-        {
-            EXPECT_EQ(thread.join(1), ZK::Detail::codeOfErrno(EDEADLK));
-            thread.join();
-            end.acquire();
-        });
-    thread.start("");
+    Door end;
+    auto const joinItself = [&]
+    {
+        EXPECT_EQ(ZKThread::CURRENT()->join(1), ZK::Detail::codeOfErrno(EDEADLK));
+        ZKThread::CURRENT()->join();
+        end.acquire();
+    };
+    FunctionThread thread(joinItself);
     unsigned long const id = thread.getId();
     EXPECT_EQ(thread.join(20), ZK::Detail::codeOfErrno(ETIMEDOUT));
     EXPECT_EQ(thread.getId(), id);
     end.release();
-    EXPECT_TRUE(thread.join(60000).isSuccess());
+    EXPECT_TRUE(thread.join(60000));
     EXPECT_EQ(thread.getId(), 0u);
 }
 
@@ -102,20 +105,18 @@ TEST(Thread, DetachedThreadForgetsItsIdAtItsEnd)
 {
     for (bool isDetachedFirst : {true, false})
     {
-        Door end(0);
+        Door end;
         FunctionThread thread([&] { end.acquire(); });
-        thread.start("");
         if (isDetachedFirst)
         {
             thread.detach();
             EXPECT_EQ(thread.join(1), ZK::Detail::codeOfErrno(EINVAL));
             thread.join();
             EXPECT_TRUE(thread.isAlive());
-            end.release();
         }
-        else
+        end.release();
+        if (!isDetachedFirst)
         {
-            end.release();
             EXPECT_TRUE(eventually([&] { return !thread.isRunning(); }));
             thread.detach();
         }
@@ -123,7 +124,7 @@ TEST(Thread, DetachedThreadForgetsItsIdAtItsEnd)
         thread.detach();
         thread.stop();
         end.release();
-        EXPECT_TRUE(thread.start("").isSuccess()) << "the object can be used again";
+        EXPECT_TRUE(thread.start("")) << "the object can be used again";
     }
 }
 
@@ -139,7 +140,7 @@ TEST(Thread, StoppedThreadIsUnwoundAndLeavesItsObjectBeforeThatGoes)
         }
 
         std::atomic<int> unwound = 0;
-        Door begun{0};
+        Door begun;
     } spinner;
 
     for (int i = 0; i < 3; i++)
@@ -153,8 +154,7 @@ TEST(Thread, StoppedThreadIsUnwoundAndLeavesItsObjectBeforeThatGoes)
             EXPECT_EQ(ZKThread::GET_BY_NAME("spinner"), nullptr);
             EXPECT_NE(thread.getId(), 0u) << "stop doesn't wait";
             thread.join();
-            EXPECT_TRUE(thread.isRunning());
-            EXPECT_EQ(thread.start(""), XCODE_FAILURE);
+            EXPECT_TRUE(thread.isRunning() && thread.start("") == XCODE_FAILURE);
         }
         if (i == 1)
             thread.detach();
@@ -175,7 +175,7 @@ TEST(Thread, MayDestroyItsOwnObject)
         }
 
         std::unique_ptr<ZKThread> thread = std::make_unique<ZKThread>("short", this);
-        Door gone{0};
+        Door gone;
     } runnable;
 
     runnable.thread->start("");
@@ -185,24 +185,33 @@ TEST(Thread, MayDestroyItsOwnObject)
 
 TEST(Thread, PriorityIsClampedToThePolicy)
 {
-    Door end(0);
+    Door end;
     FunctionThread thread([&] { end.acquire(); });
-    thread.start("");
-    EXPECT_TRUE(thread.setSchedulingPolicy(SCHED_FIFO, 150).isSuccess());
-    EXPECT_EQ(thread.getPriority(), 99);
-    EXPECT_TRUE(thread.setSchedulingPolicy(SCHED_OTHER, 50).isSuccess());
-    EXPECT_EQ(thread.getPriority(), 0);
+    EXPECT_TRUE(thread.setSchedulingPolicy(SCHED_FIFO, 150) && thread.getPriority() == 99);
+    EXPECT_TRUE(thread.setSchedulingPolicy(SCHED_OTHER, 50) && thread.getPriority() == 0);
     int policy = -1, priority = -1;
-    EXPECT_TRUE(thread.getSchedulingPolicy(policy, priority).isSuccess());
-    EXPECT_EQ(policy, SCHED_OTHER);
-    EXPECT_EQ(priority, 0);
+    EXPECT_TRUE(thread.getSchedulingPolicy(policy, priority) && policy == SCHED_OTHER && priority == 0);
     end.release();
 }
 
-TEST(Thread, ForeignThreadIsNamedByItsId)
+TEST(ThreadAttributeType, ClearDeletesAndModeSaysWhetherTheEndOfTheThreadDoes)
 {
-    EXPECT_EQ(ZKThread::CURRENT(), nullptr);
-    EXPECT_EQ(ZKThread::CURRENT_NAME(), String::stringOfFormat("%p", reinterpret_cast<void*>(pthread_self())));
-    EXPECT_TRUE(ZKThread::CURRENT_PROGRAM_PATH().endsWith(String("/") += ZKThread::CURRENT_PROGRAM_NAME()));
-    ZKThread::SLEEP(-1);
+    ZKThreadAttributeType deleting(ZKThreadAttributeType::DELETE_ATTRIBUTE);
+    ZKThreadAttributeType keeping(ZKThreadAttributeType::KEEP_ATTRIBUTE);
+    std::atomic<int> deleted = 0, kept = 0;
+    CountedAttribute attribute(keeping, kept);
+    auto const set = [&]
+    {
+        auto* const owned = new CountedAttribute(deleting, deleted);
+        EXPECT_TRUE(deleting.set(owned) && keeping.set(&attribute));
+        EXPECT_EQ(deleting.get(), owned);
+    };
+    FunctionThread(set).join();
+    EXPECT_EQ(deleting.get(), nullptr) << "each thread has its own";
+    EXPECT_TRUE(deleted == 1 && kept == 0);
+
+    keeping.clear();
+    keeping.set(new CountedAttribute(keeping, kept));
+    keeping.clear();
+    EXPECT_TRUE(kept == 1 && keeping.get() == nullptr);
 }
