@@ -1,7 +1,6 @@
 #include "zekovar/files/file.h"
 
 #include "tests/string_printer.h"
-#include "tests/temporary_directory.h"
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/foundation/tstring.h"
 
@@ -117,15 +116,4 @@ TEST_F(FileIo, InterruptsEndACallOnlyWithoutTheFlag)
         reader.join();
         EXPECT_EQ(code, retry ? XCode() : codeOfErrno(EINTR));
     }
-}
-
-TEST(FileContent, WholeFilesAreWrittenAndReadBack)
-{
-    TemporaryDirectory const directory;
-    String const path = directory / "file";
-    TString<char> back;
-    ASSERT_TRUE(ZKFile::WRITE_TSTRING(path, TString<char>("what was there", 14), 0, true));
-    ASSERT_TRUE(ZKFile::WRITE_TSTRING(path, TString<char>("new", 3), 0, true));
-    ASSERT_TRUE(ZKFile::READ_TSTRING(path, back, O_RDONLY, true));
-    EXPECT_EQ(std::string(back.data(), back.length()), "new");
 }

@@ -4,6 +4,7 @@
 #include "tests/string_printer.h"
 #include "tests/temporary_directory.h"
 #include "zekovar/foundation/system_code.h"
+#include "zekovar/foundation/tstring.h"
 #include "zekovar/foundation/vector.h"
 
 #include <gmock/gmock.h>
@@ -34,7 +35,6 @@ protected:
     TemporaryDirectory m_directory;
     String m_path = m_directory / "file";
 };
-
 }
 
 TEST_F(File, OpeningAndClosingMoveBetweenTheTwoStates)
@@ -71,8 +71,7 @@ TEST_F(File, LastHandleClosesAndRemoves)
     std::optional<ZKFile> first(std::in_place, m_path, true, true);
     ASSERT_TRUE(first->open(O_RDWR | O_CREAT, 0644, ZKFile::XO_NONE));
     int const fd = first->getFd();
-    ZKFile second(*first);
-    ZKFile third;
+    ZKFile second(*first), third;
     third = second;
     ZKFile const& alias = third;
     third = alias;
@@ -90,8 +89,7 @@ TEST_F(File, LastHandleClosesAndRemoves)
 
 TEST_F(File, TakenDescriptorsBringTheirPath)
 {
-    ZKFile readEnd;
-    ZKFile file;
+    ZKFile readEnd, file;
     ASSERT_TRUE(ZKFile::CREATE_PIPE(readEnd, file, true));
     EXPECT_TRUE(readEnd.isFifo() && readEnd.isAutoClose() && readEnd.getPath().startsWith("pipe:["));
     int const old = file.getFd();
@@ -147,8 +145,8 @@ TEST_F(File, NodesAreMadeWithTheirFullModeAndRenamed)
 
 TEST_F(File, CreateDirMakesAllThatIsMissing)
 {
-    EXPECT_TRUE(ZKFile::CREATE_DIR(m_directory / "a/b/c", 0755));
-    EXPECT_TRUE(ZKFile(m_directory / "a/b/c", false, false).isDirectory());
+    String const path = m_directory / "a/b/c";
+    EXPECT_TRUE(ZKFile::CREATE_DIR(path, 0755) && ZKFile(path, false, false).isDirectory());
     touch("file");
     EXPECT_TRUE(ZKFile::CREATE_DIR(m_directory / "file", 0755)) << "what exists is a success";
     EXPECT_EQ(ZKFile::CREATE_DIR("", 0755), codeOfErrno(ENOENT));
@@ -208,4 +206,13 @@ TEST_F(File, PathsAndLinksAreTakenApart)
     EXPECT_TRUE(ZKFile::IS_FILE_IN_DIR(m_directory / "../file", m_directory.path(), isInside) && !isInside);
     isInside = true;
     EXPECT_TRUE(ZKFile::IS_FILE_IN_DIR(m_directory / "missing/file", m_directory.path(), isInside) && !isInside);
+}
+
+TEST_F(File, WholeFilesAreWrittenAndReadBack)
+{
+    TString<char> back;
+    ASSERT_TRUE(ZKFile::WRITE_TSTRING(m_path, TString<char>("what was there", 14), 0, true));
+    ASSERT_TRUE(ZKFile::WRITE_TSTRING(m_path, TString<char>("new", 3), 0, true));
+    ASSERT_TRUE(ZKFile::READ_TSTRING(m_path, back, O_RDONLY, true));
+    EXPECT_EQ(std::string(back.data(), back.length()), "new");
 }

@@ -93,12 +93,10 @@ TEST(Thread, TimedJoinLeavesARunningThreadToALaterJoin)
         end.acquire();
     };
     FunctionThread thread(joinItself);
-    unsigned long const id = thread.getId();
     EXPECT_EQ(thread.join(20), ZK::Detail::codeOfErrno(ETIMEDOUT));
-    EXPECT_EQ(thread.getId(), id);
+    EXPECT_NE(thread.getId(), 0u);
     end.release();
-    EXPECT_TRUE(thread.join(60000));
-    EXPECT_EQ(thread.getId(), 0u);
+    EXPECT_TRUE(thread.join(60000) && thread.getId() == 0);
 }
 
 TEST(Thread, DetachedThreadForgetsItsIdAtItsEnd)
