@@ -63,8 +63,7 @@ class Signal<void(Args...), LastValue<void>, G> final : public SignalBase
         explicit EmissionLock(Signal& signal)
             : m_signal(&signal), m_outer(signal.m_emission), m_owner(signal.m_owner), m_slots(signal.m_slots)
         {
-            signal.m_emitting = true;
-            signal.m_emission = this;
+            signal.begin(this);
             if (m_owner != nullptr)
                 m_owner->addRef();
         }
@@ -95,6 +94,13 @@ class Signal<void(Args...), LastValue<void>, G> final : public SignalBase
         std::shared_ptr<Slots> m_slots;
         Iterator<S, G>* m_iterator = nullptr;
     };
+
+    // Kept out of line: the compiler doesn't see that the lock takes its address away again, and warns where it looks in.
+    [[gnu::noinline]] void begin(EmissionLock* emission)
+    {
+        m_emitting = true;
+        m_emission = emission;
+    }
 
 public:
     explicit Signal(RefCountedIf* owner) : m_owner(owner), m_slots(std::make_shared<Slots>()) {}

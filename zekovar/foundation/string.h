@@ -127,7 +127,7 @@ public:
     }
 
     /// Null equals the empty string.
-    bool equals(char const* text) const { return std::strcmp(c_str(), text != nullptr ? text : "") == 0; }
+    bool equals(char const* text) const;
 
     bool equalsIgnoreCase(String const& other) const;
 

@@ -36,6 +36,12 @@ int String::compareToIgnoreCase(String const& other) const
     return strcasecmp(other.c_str(), c_str());
 }
 
+// Not in the header, where the compiler takes a literal's comparison with inline text for a mistake.
+bool String::equals(char const* text) const
+{
+    return std::strcmp(c_str(), text != nullptr ? text : "") == 0;
+}
+
 bool String::equalsIgnoreCase(String const& other) const
 {
     return length() == other.length() && strncasecmp(c_str(), other.c_str(), static_cast<std::size_t>(length())) == 0;
