@@ -1,0 +1,43 @@
+#include "command_group.h"
+
+#include "console.h"
+
+#include <cctype>
+#include <charconv>
+
+bool CommandGroup::takesNone(Command const& command, String const& arguments)
+{
+    if (!arguments.isEmpty())
+    {
+        refuse(command, "it takes no argument");
+    }
+    return arguments.isEmpty();
+}
+
+void CommandGroup::refuse(Command const& command, char const* what)
+{
+    m_console.say(String(String::Formatted(), "%s: %s (usage: %s%s%s)", command.name, what, command.name,
+                         *command.arguments ? " " : "", command.arguments));
+}
+
+bool CommandLine::parseNumber(String const& text, unsigned int highest, unsigned int& number)
+{
+    char const* const end = text.c_str() + text.length();
+    unsigned int parsed = 0;
+    auto const [rest, error] = std::from_chars(text.c_str(), end, parsed);
+    if (error != std::errc() || rest != end || parsed == 0 || parsed > highest)
+    {
+        return false;
+    }
+    number = parsed;
+    return true;
+}
+
+String CommandLine::takeWord(String& text)
+{
+    int const end = text.indexOf(&isspace);
+    String const word = end < 0 ? text : text.substring(0, end);
+    text = end < 0 ? String() : text.substring(end);
+    text.leftTrim(&isspace);
+    return word;
+}

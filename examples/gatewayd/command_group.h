@@ -1,0 +1,70 @@
+#pragma once
+
+#include "zekovar/zekovar.h"
+
+#include <functional>
+#include <vector>
+
+class Console;
+
+/// One command of the console.
+struct Command
+{
+    char const* name;
+    char const* arguments;
+    char const* purpose;
+    std::function<void(Command const& command, String const& arguments)> run;
+};
+
+/// The commands of one theme.
+///
+/// Commands run on the console's loop and never wait for another loop, so that the console can watch a blocked one; what has to wait
+/// does so on a thread of its own.
+class CommandGroup
+{
+public:
+    explicit CommandGroup(Console& console) : m_console(console) {}
+
+    CommandGroup(CommandGroup const&) = delete;
+    CommandGroup& operator=(CommandGroup const&) = delete;
+
+    virtual ~CommandGroup() = default;
+
+    std::vector<Command> const& commands() const { return m_commands; }
+
+    /// Lets what is under way come to its end. Called once, not on the console's loop, when no further command comes.
+    virtual void end() {}
+
+protected:
+    /// To be called in the constructor, in the order of `help`.
+    template <class Group>
+    void add(char const* name, char const* arguments, char const* purpose,
+             void (Group::*method)(Command const&, String const&))
+    {
+        auto* const self = static_cast<Group*>(this);
+        m_commands.push_back({name, arguments, purpose, std::bind_front(method, self)});
+    }
+
+    /// Whether there are no arguments; refuses the command otherwise.
+    bool takesNone(Command const& command, String const& arguments);
+
+    /// Answers what is wrong with a command line, in one line with the command's usage.
+    void refuse(Command const& command, char const* what);
+
+    Console& m_console;
+
+private:
+    std::vector<Command> m_commands;
+};
+
+namespace CommandLine
+{
+constexpr unsigned int MAX_SECONDS = 3600;
+constexpr unsigned int MAX_MILLISECONDS = 86400000;
+
+/// Reads all of `text` as a decimal number from 1 to `highest`; otherwise false, with `number` unchanged.
+bool parseNumber(String const& text, unsigned int highest, unsigned int& number);
+
+/// Takes the first word off `text`.
+String takeWord(String& text);
+}
