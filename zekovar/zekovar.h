@@ -56,6 +56,8 @@
 #include "zekovar/foundation/vector.h"
 #include "zekovar/foundation/xcode.h"
 
+#include "zekovar/jobs/job_supervisor.h"
+
 #include "zekovar/threads/assertion.h"
 #include "zekovar/threads/auto_lock.h"
 #include "zekovar/threads/backtrace.h"
