@@ -8,6 +8,7 @@ PACKAGES_CROSS=(g++-powerpc-linux-gnu qemu-user)
 PACKAGES_FORMAT=(clang-format)
 PACKAGES_TIDY=(clang-tidy)
 PACKAGES_PACKAGE=(pkg-config binutils)
+PACKAGES_FUZZ=(clang libclang-rt-14-dev)
 PACKAGES_BENCH=(libbenchmark-dev)
 
 export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}

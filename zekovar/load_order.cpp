@@ -11,18 +11,20 @@
 
 namespace
 {
-/// Holds an object that is ready before everything else and never destroyed.
+/// Holds an object that is ready before everything else and never destroyed. A template, because clang takes a constexpr
+/// destructor above a member's plain one only there.
+template <class Mutex>
 union Everlasting
 {
     constexpr Everlasting() : mutex(false) {}
 
     constexpr ~Everlasting() {}
 
-    ZKMutexPrivate mutex;
+    Mutex mutex;
 };
 
 // threads that still run while the process exits go on locking
-constinit Everlasting s_globalMutex;
+constinit Everlasting<ZKMutexPrivate> s_globalMutex;
 }
 
 String const String::s_empty;

@@ -42,6 +42,7 @@
 #include "zekovar/foundation/list.h"
 #include "zekovar/foundation/lock_ptr.h"
 #include "zekovar/foundation/lw_ptr.h"
+#include "zekovar/foundation/marshaller.h"
 #include "zekovar/foundation/move_ptr.h"
 #include "zekovar/foundation/ptr.h"
 #include "zekovar/foundation/random.h"
