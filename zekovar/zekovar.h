@@ -2,6 +2,10 @@
 
 // Every public header of the library. A daemon that cares for its build time includes just those that it needs.
 
+#include "zekovar/diagnostics/monitor_id.h"
+#include "zekovar/diagnostics/monitor_table.h"
+#include "zekovar/diagnostics/syslog.h"
+
 #include "zekovar/events/binding.h"
 #include "zekovar/events/blocking_event.h"
 #include "zekovar/events/event.h"
