@@ -1,6 +1,7 @@
 // The objects that are built when the library is loaded. Those of one file are built from top to bottom and destroyed
 // from bottom to top, so this is the only file that defines such objects: a new one goes where what it uses exists.
 
+#include "zekovar/diagnostics/qep.h"
 #include "zekovar/events/event_loop.h"
 #include "zekovar/events/synchronized.h"
 #include "zekovar/foundation/string.h"
@@ -41,3 +42,7 @@ ZKThreadAttributeType ZKThreadAttributeType::s_none(ZKThreadAttributeType::KEEP_
 
 constinit std::atomic<uint32_t> ZKEventLoop::s_nextUniqueId{0xABAD1DEA};
 ZKThreadAttributeType ZKThreadAttributeSynchronized::s_attributeType(ZKThreadAttributeType::DELETE_ATTRIBUTE);
+
+// constant data: nothing has to run at load time, nor at exit while threads still run machines
+constexpr QEvent QEP_reservedEvt_[4] = {QEvent(Q_EMPTY_SIG), QEvent(Q_ENTRY_SIG), QEvent(Q_EXIT_SIG),
+                                        QEvent(Q_INIT_SIG)};

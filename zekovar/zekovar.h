@@ -4,6 +4,7 @@
 
 #include "zekovar/diagnostics/monitor_id.h"
 #include "zekovar/diagnostics/monitor_table.h"
+#include "zekovar/diagnostics/qep.h"
 #include "zekovar/diagnostics/syslog.h"
 
 #include "zekovar/events/binding.h"

@@ -17,6 +17,7 @@ extern "C"
     void onAssertionFailed(std::uintptr_t first, std::uintptr_t second, std::uintptr_t third, std::uintptr_t fourth,
                            char const* format, ...) __attribute__((format(printf, 5, 6)));
 
-    /// Called by the event processor on a violated limit. Does nothing: the code after it goes on.
+    /// Called by the event processor on a violated limit, on the machine's thread. Does nothing: the code after it goes
+    /// on. A program that wants to know defines this function itself; the library then calls that one.
     void Q_onAssert(char const* module, int line);
 }

@@ -1,0 +1,284 @@
+#include "zekovar/diagnostics/qep.h"
+
+#include "zekovar/threads/assertion.h"
+
+#include <typeinfo>
+
+QEvent* QEvent::clone() const
+{
+    return new QEvent(sig, userByte1, userByte2);
+}
+
+bool QEvent::isEqual(QEvent const& other) const
+{
+    return sig == other.sig;
+}
+
+bool operator==(QEvent const& left, QEvent const& right)
+{
+    // compares the names' addresses, then their text, unless a "*" in front marks a class that only its own file knows
+    return typeid(left) == typeid(right) && left.isEqual(right);
+}
+
+bool operator!=(QEvent const& left, QEvent const& right)
+{
+    return !(left == right);
+}
+
+char const* QEP::getVersion()
+{
+    return "4.2.00";
+}
+
+QFsm::QFsm(QStateHandler initial) : m_state(initial)
+{
+}
+
+void QFsm::init(QEvent const* event)
+{
+    if (m_state(this, event) != Q_TRANSITION)
+        Q_onAssert("qfsm_ini", 55);
+    trigger(m_state, Q_ENTRY_SIG);
+}
+
+void QFsm::dispatch(QEvent const* event)
+{
+    QStateHandler const source = m_state;
+    logDispatch(event, source);
+    switch (source(this, event))
+    {
+    case Q_TRANSITION:
+        logTransition(m_state, source);
+        trigger(source, Q_EXIT_SIG);
+        trigger(m_state, Q_ENTRY_SIG);
+        break;
+    case Q_HANDLED:
+        logHandled(event, source);
+        break;
+    case Q_HANDLED_NO_ACTION:
+        logHandledNoAction(event, source);
+        break;
+    default:
+        logIgnored(event, source);
+        break;
+    }
+}
+
+unsigned char QFsm::trigger(QStateHandler state, QReservedSignal signal)
+{
+    return state(this, &QEP_reservedEvt_[signal]);
+}
+
+/// The states to be entered, from the target outward.
+class QHsm::EntryPath
+{
+public:
+    static constexpr int LIMIT = 6; // what machines are designed for: more is reported
+
+    explicit EntryPath(QStateHandler target) : m_count(1) { m_states[0] = target; }
+
+    /// False if there is no room, or if `state` is the last one again: a state that doesn't tell its superstate.
+    bool add(QStateHandler state)
+    {
+        if (m_count == CAPACITY || back() == state)
+            return false;
+        m_states[m_count++] = state;
+        return true;
+    }
+
+    /// Drops `state` and what is outside of it; false if it isn't there.
+    bool cutAt(QStateHandler state)
+    {
+        for (int i = m_count - 1; i >= 0; --i)
+        {
+            if (m_states[i] == state)
+            {
+                m_count = i;
+                return true;
+            }
+        }
+        return false;
+    }
+
+    QStateHandler front() const { return m_states[0]; } // the target, also when it isn't entered
+
+    QStateHandler back() const { return m_states[m_count - 1]; }
+
+    QStateHandler operator[](int i) const { return m_states[i]; }
+
+    int size() const { return m_count; }
+
+private:
+    static constexpr int CAPACITY = 32;
+
+    int m_count;
+    QStateHandler m_states[CAPACITY];
+};
+
+QHsm::QHsm(QStateHandler initial) : m_state(initial)
+{
+}
+
+void QHsm::init(QEvent const* event)
+{
+    if (m_state(this, event) != Q_TRANSITION)
+        Q_onAssert("qhsm_ini", 50);
+    QStateHandler leaf = &QHsm::top;
+    do
+        leaf = enterInitial(leaf, "qhsm_ini", 73);
+    while (trigger(leaf, Q_INIT_SIG) == Q_TRANSITION);
+    m_state = leaf;
+}
+
+void QHsm::dispatch(QEvent const* event)
+{
+    QStateHandler const current = m_state;
+    logDispatch(event, current);
+    QStateHandler source;
+    unsigned char result;
+    do
+    {
+        source = m_state;
+        result = source(this, event);
+    } while (result == Q_SUPER);
+    if (result == Q_TRANSITION)
+    {
+        transit(current, source);
+        return;
+    }
+    if (result == Q_IGNORED)
+        logIgnored(event, current);
+    else if (result == Q_HANDLED_NO_ACTION)
+        logHandledNoAction(event, source);
+    else
+        logHandled(event, source);
+    m_state = current;
+}
+
+bool QHsm::isIn(QStateHandler state)
+{
+    QStateHandler const current = m_state;
+    bool found = m_state == state;
+    while (!found && trigger(m_state, Q_EMPTY_SIG) == Q_SUPER)
+        found = m_state == state;
+    m_state = current;
+    return found;
+}
+
+unsigned char QHsm::top(void*, QEvent const*)
+{
+    return Q_IGNORED;
+}
+
+unsigned char QHsm::top(QHsm* me, QEvent const* event)
+{
+    return top(static_cast<void*>(me), event);
+}
+
+unsigned char QHsm::trigger(QStateHandler state, QReservedSignal signal)
+{
+    return state(this, &QEP_reservedEvt_[signal]);
+}
+
+/// The state itself for `top`.
+QStateHandler QHsm::superstateOf(QStateHandler state)
+{
+    m_state = state;
+    trigger(state, Q_EMPTY_SIG);
+    return m_state;
+}
+
+/// Gives the superstate. A state that handles its exit doesn't tell it, so it is asked then.
+QStateHandler QHsm::leave(QStateHandler state)
+{
+    return trigger(state, Q_EXIT_SIG) == Q_SUPER ? m_state : superstateOf(state);
+}
+
+/// The transition from `source`, a superstate of `current` or that itself, to `m_state`.
+void QHsm::transit(QStateHandler current, QStateHandler source)
+{
+    EntryPath path(m_state);
+    while (current != source)
+        current = leave(current);
+    leaveFor(path, source);
+    enter(path);
+    QStateHandler leaf = path.front();
+    m_state = leaf;
+    while (trigger(leaf, Q_INIT_SIG) == Q_TRANSITION)
+        leaf = enterInitial(leaf, "qhsm_dis", 219);
+    logTransition(leaf, source);
+    m_state = leaf;
+}
+
+/// Leaves `source` as far as the target of `path` lies outside, and completes `path`. The near relations come first:
+/// they need to know no more than the two superstates.
+void QHsm::leaveFor(EntryPath& path, QStateHandler source)
+{
+    QStateHandler const target = path.front();
+    if (source == target)
+    {
+        trigger(source, Q_EXIT_SIG);
+        return;
+    }
+    QStateHandler const superstateOfTarget = superstateOf(target);
+    if (source == superstateOfTarget)
+        return;
+    QStateHandler const superstateOfSource = superstateOf(source);
+    if (superstateOfSource == superstateOfTarget)
+    {
+        trigger(source, Q_EXIT_SIG);
+        return;
+    }
+    if (superstateOfSource == target)
+    {
+        trigger(source, Q_EXIT_SIG);
+        path.cutAt(target);
+        return;
+    }
+    path.add(superstateOfTarget);
+    leaveUpTo(path, source, superstateOfSource);
+}
+
+/// The general case: `path` holds the target and its superstate. Unless the target lies within `source`, the path goes
+/// up to `top` and is cut at the first superstate of `source` that stands on it.
+void QHsm::leaveUpTo(EntryPath& path, QStateHandler source, QStateHandler superstateOfSource)
+{
+    while (trigger(path.back(), Q_EMPTY_SIG) == Q_SUPER)
+    {
+        if (m_state == source)
+        {
+            if (path.size() >= EntryPath::LIMIT)
+                Q_onAssert("qhsm_dis", 124);
+            return;
+        }
+        if (!path.add(m_state))
+            break;
+    }
+    if (path.size() > EntryPath::LIMIT)
+        Q_onAssert("qhsm_dis", 135);
+    trigger(source, Q_EXIT_SIG);
+    QStateHandler state = superstateOfSource;
+    while (!path.cutAt(state) && state != static_cast<QStateHandler>(&QHsm::top))
+        state = leave(state);
+}
+
+void QHsm::enter(EntryPath const& path)
+{
+    for (int i = path.size() - 1; i >= 0; --i)
+        trigger(path[i], Q_ENTRY_SIG);
+}
+
+/// Enters `m_state` and its superstates up to, but without, `from`; gives `m_state`. A limit of the path that is
+/// exceeded, and an initial transition that leads out of `from`, is reported with `module` and `line`.
+QStateHandler QHsm::enterInitial(QStateHandler from, char const* module, int line)
+{
+    EntryPath path(m_state);
+    QStateHandler outer = superstateOf(m_state);
+    while (outer != from && path.add(outer))
+        outer = superstateOf(outer);
+    m_state = path.front();
+    if (path.size() > EntryPath::LIMIT || outer != from)
+        Q_onAssert(module, line);
+    enter(path);
+    return path.front();
+}
