@@ -62,7 +62,15 @@
 #include "zekovar/foundation/vector.h"
 #include "zekovar/foundation/xcode.h"
 
+#include "zekovar/jobs/cfuture.h"
+#include "zekovar/jobs/executor.h"
+#include "zekovar/jobs/future.h"
+#include "zekovar/jobs/future_handle.h"
+#include "zekovar/jobs/future_result.h"
+#include "zekovar/jobs/job.h"
 #include "zekovar/jobs/job_supervisor.h"
+#include "zekovar/jobs/stream_type.h"
+#include "zekovar/jobs/unknown.h"
 
 #include "zekovar/threads/assertion.h"
 #include "zekovar/threads/auto_lock.h"

@@ -1,0 +1,6 @@
+#include "zekovar/jobs/future_result.h"
+
+namespace ZK
+{
+template class CFutureResult<String>;
+}
