@@ -63,12 +63,13 @@ void CFutureResult<T>::done(XCode code)
     ZKPtr<IFuture> const self(this); // as in the base
     Function<void(XCode)> completionObserver(nullptr);
     Function<void(XCode, T)> resultObserver(nullptr);
-    T result;
+    T result{};
     {
         ZKAutoLock<ConditionalExpression> guard(this->getStateLock());
         completionObserver = this->settle(code);
         resultObserver = m_resultObserver;
-        result = m_result;
+        if (resultObserver)
+            result = m_result;
     }
     if (completionObserver)
         completionObserver(code);

@@ -1,0 +1,60 @@
+#include "zekovar/jobs/unknown.h"
+
+#include "tests/jobs/fake_job.h"
+#include "tests/string_printer.h"
+
+#include <gtest/gtest.h>
+
+TEST(Component, IdentifiersAreThoseThatClientsKnow)
+{
+    EXPECT_EQ(CID_WeakIdentity().toString(true), "343571a4-e155-4840-ae9c-e442c9c5b5dc-CID_WeakIdentity");
+    EXPECT_EQ(IID_Unknown().toString(true), "1e7be6bc-6ebb-4e16-8cc1-c107055e1f94-IID_Unknown");
+    EXPECT_EQ(CID_Unknown(), IID_Unknown());
+    EXPECT_EQ(ZK::IExecutor::IID().toString(true), "f17cf1e4-3267-4d4c-ab1e-047d222272ec-IExecutor");
+    EXPECT_EQ(ZK::IFuture::IID().toString(true), "8362e461-d0ba-4281-bb7f-ac6f9c7da350-IFuture");
+    EXPECT_EQ(ZK::IFutureResult<int>::IID().toString(true), "36726ee9-5732-49b6-a05c-dfff0a7bc2a2-IFutureResult");
+    EXPECT_EQ(ZK::IFutureStream::IID().toString(true), "88adbcc1-3901-4df3-954e-135c045e01b4-IFutureStream");
+    EXPECT_EQ(ZK::IJob::IID().toString(true), "cba60ca5-2ef8-42b7-afcb-e482da8bd24a-IJob");
+}
+
+TEST(Component, QueriesFindEachInterfaceOfTheChainAndCountThem)
+{
+    auto* const object = new ZK::CFutureResult<String>(nullptr);
+    ZKPtr<ZK::IFuture> const future(ZK::MovePtr<ZK::IFuture>{object});
+
+    struct
+    {
+        ZK::UUID const& iid;
+        void* found;
+    } const rows[] = {{ZK::IFuture::IID(), static_cast<ZK::IFuture*>(object)},
+                      {IID_Unknown(), static_cast<ZK::IFuture*>(object)},
+                      {ZK::IFutureResult<String>::IID(), static_cast<ZK::IFutureResult<String>*>(object)},
+                      {ZK::IFutureStream::IID(), nullptr}};
+
+    for (auto const& row : rows)
+    {
+        void* found = object;
+        XCode const code = object->queryInterface(row.iid, &found);
+        EXPECT_EQ(found, row.found) << row.iid.text().c_str();
+        EXPECT_EQ(code, row.found != nullptr ? XCODE_SUCCESS : XCODE_FAILURE);
+        EXPECT_EQ(object->getRefCount(), row.found != nullptr ? 2u : 1u);
+        EXPECT_EQ(future->queryInterface(row.iid, nullptr), code) << "a mere test through another interface";
+        if (found != nullptr)
+            static_cast<IUnknown*>(found)->release();
+    }
+
+    ZKPtr<ZK::IFutureResult<String>> result;
+    EXPECT_TRUE(future->queryIf(result));
+    EXPECT_EQ(object->getRefCount(), 2u);
+    EXPECT_TRUE(result->queryIf(result)) << "while it holds the same";
+    EXPECT_EQ(object->getRefCount(), 2u);
+    ZKPtr<ZK::IFutureStream> stream;
+    EXPECT_FALSE(result->queryIf(stream));
+    EXPECT_TRUE(stream == nullptr);
+
+    CObject bare;
+    void* found = nullptr;
+    EXPECT_EQ(bare.queryInterface(IID_Unknown(), &found), XCODE_FAILURE) << "found all the same";
+    EXPECT_EQ(found, static_cast<IUnknown*>(&bare));
+    EXPECT_EQ(bare.getRefCount(), 1u);
+}
