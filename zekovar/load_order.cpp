@@ -4,6 +4,7 @@
 #include "zekovar/diagnostics/qep.h"
 #include "zekovar/events/event_loop.h"
 #include "zekovar/events/synchronized.h"
+#include "zekovar/foundation/everlasting.h"
 #include "zekovar/foundation/string.h"
 #include "zekovar/threads/backtrace.h"
 #include "zekovar/threads/lock.h"
@@ -12,27 +13,14 @@
 
 namespace
 {
-/// Holds an object that is ready before everything else and never destroyed. A template, because clang takes a constexpr
-/// destructor above a member's plain one only there.
-template <class Mutex>
-union Everlasting
-{
-    constexpr Everlasting() : mutex(false) {}
-
-    constexpr ~Everlasting() {}
-
-    Mutex mutex;
-};
-
-// threads that still run while the process exits go on locking
-constinit Everlasting<ZKMutexPrivate> s_globalMutex;
+constinit ZK::Detail::Everlasting<ZKMutexPrivate> s_globalMutex(false);
 }
 
 String const String::s_empty;
 
 ZKBacktrace::Info ZKBacktrace::Info::s_instance;
 
-constinit ZKMutexPrivate& ZKLock::s_globalMutex = ::s_globalMutex.mutex;
+constinit ZKMutexPrivate& ZKLock::s_globalMutex = ::s_globalMutex.object;
 
 ZKMutex ZKSemFifo::s_mutex(true);
 ZKIntHashTable<int> ZKSemFifo::s_semIdList(16);

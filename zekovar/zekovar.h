@@ -11,9 +11,14 @@
 #include "zekovar/crypto/sha1.h"
 #include "zekovar/crypto/sum_helper.h"
 
+#include "zekovar/diagnostics/log.h"
+#include "zekovar/diagnostics/log_gate.h"
+#include "zekovar/diagnostics/monitor.h"
 #include "zekovar/diagnostics/monitor_id.h"
 #include "zekovar/diagnostics/monitor_table.h"
+#include "zekovar/diagnostics/observer.h"
 #include "zekovar/diagnostics/qep.h"
+#include "zekovar/diagnostics/repository.h"
 #include "zekovar/diagnostics/syslog.h"
 
 #include "zekovar/events/binding.h"

@@ -40,7 +40,7 @@ TEST(Semaphore, DeadlinePassesInSilenceButAFailureIsReported)
     EXPECT_EQ(semaphore.waitUntil(ZK::Time(1, 2000000000)), codeOfErrno(EINVAL));
     ASSERT_FALSE(log.lines().empty());
     EXPECT_EQ(log.lines().back().c_str(),
-              String::stringOfFormat("2 ZKSemaphore %p: waitUntil() failed: INVALID ARGUMENT (22)",
+              String::stringOfFormat("2 SYSTEM     # ZKSemaphore %p: waitUntil() failed: INVALID ARGUMENT (22)\n",
                                      static_cast<void*>(&semaphore)));
 }
 

@@ -155,6 +155,9 @@ public:
     /// Inserts in front of all others.
     void addFirst(T const& value) { link(new Node(value), m_marker.next); }
 
+    /// Inserts in front of the element that `position` stands at; at the end it appends.
+    void insert(ConstIterator const& position, T const& value) { link(new Node(value), position.m_node); }
+
     /// Moves the first element out to `value`. False, with `value` untouched, if there is none.
     bool pop(T& value)
     {
