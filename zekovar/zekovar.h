@@ -53,6 +53,7 @@
 
 #include "zekovar/files/file.h"
 
+#include "zekovar/foundation/base64.h"
 #include "zekovar/foundation/enum_info.h"
 #include "zekovar/foundation/error.h"
 #include "zekovar/foundation/executable.h"
@@ -66,11 +67,15 @@
 #include "zekovar/foundation/ptr.h"
 #include "zekovar/foundation/random.h"
 #include "zekovar/foundation/ref_counted.h"
+#include "zekovar/foundation/report_text.h"
 #include "zekovar/foundation/singleton.h"
 #include "zekovar/foundation/static_factory.h"
 #include "zekovar/foundation/string.h"
 #include "zekovar/foundation/string_store.h"
+#include "zekovar/foundation/text.h"
+#include "zekovar/foundation/text_check.h"
 #include "zekovar/foundation/time.h"
+#include "zekovar/foundation/tokenizer.h"
 #include "zekovar/foundation/tstring.h"
 #include "zekovar/foundation/uuid.h"
 #include "zekovar/foundation/vector.h"

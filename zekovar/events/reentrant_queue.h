@@ -1,10 +1,10 @@
 #pragma once
 
+#include "zekovar/foundation/text.h"
 #include "zekovar/foundation/xcode.h"
 #include "zekovar/threads/auto_lock.h"
 #include "zekovar/threads/mutex_private.h"
 
-#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <memory>
@@ -17,7 +17,7 @@ class ZKReentrantQ
 public:
     /// The capacity is the next power of two from `capacity` on, at least 1.
     explicit ZKReentrantQ(uint32_t capacity)
-        : m_capacity(std::bit_ceil(capacity)),
+        : m_capacity(nextHigherPowerOf2(capacity)),
           m_mask(m_capacity - 1),
           m_slots(std::make_unique<T[]>(m_capacity)),
           m_readIndex(0),
