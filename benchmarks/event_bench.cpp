@@ -1,12 +1,12 @@
 // Posting to a loop from another thread and from its own handlers, and passing an event to and fro between two loops. The
 // floor is what the kernel takes for the same with bare epoll and pipes; the peers are what a user would pick instead.
 
+#include "benchmarks/countdown.h"
 #include "zekovar/events/event.h"
 #include "zekovar/events/event_loop.h"
 
 #include <benchmark/benchmark.h>
 
-#include <atomic>
 #include <fcntl.h>
 #include <memory>
 #include <sys/epoll.h>
@@ -28,50 +28,12 @@ constexpr int BURST = 1000;
 constexpr int SELF_POSTS = 1000000;
 constexpr int ROUND_TRIPS = 2000;
 
-/// Lets the benchmark's thread sleep until the other threads have done a whole batch.
-class Finish
-{
-public:
-    void signal()
-    {
-        m_done.store(true, std::memory_order_release);
-        m_done.notify_one();
-    }
-
-    void wait()
-    {
-        m_done.wait(false, std::memory_order_acquire);
-        m_done.store(false, std::memory_order_relaxed);
-    }
-
-private:
-    std::atomic<bool> m_done{false};
-};
-
 class Loop : public ZKEventLoop
 {
 public:
     Loop() : ZKEventLoop("Bench", 0, 100, 1000, 10000, 0) { start(); }
 
     ~Loop() override { stop(); }
-};
-
-/// Ends a batch at its last call.
-struct Countdown
-{
-    int left = 0;
-    Finish finish;
-
-    /// False in the last call; the batch may be followed by the next one at once.
-    bool call()
-    {
-        if (--left != 0)
-            return true;
-        finish.signal();
-        return false;
-    }
-
-    static void CALL(void* countdown) { static_cast<Countdown*>(countdown)->call(); }
 };
 
 void finishItems(benchmark::State& state, int itemsEach)

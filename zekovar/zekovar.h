@@ -83,6 +83,10 @@
 
 #include "zekovar/jobs/cfuture.h"
 #include "zekovar/jobs/executor.h"
+#include "zekovar/jobs/executor_event_loop.h"
+#include "zekovar/jobs/executor_immediate.h"
+#include "zekovar/jobs/executor_record.h"
+#include "zekovar/jobs/executor_single_thread.h"
 #include "zekovar/jobs/future.h"
 #include "zekovar/jobs/future_handle.h"
 #include "zekovar/jobs/future_result.h"

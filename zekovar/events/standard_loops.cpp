@@ -1,12 +1,22 @@
 #include "zekovar/events/standard_loops.h"
 
+#include "zekovar/jobs/executor_event_loop.h"
+
+namespace
+{
+ZK::MovePtr<ZK::IExecutor> makeExecutor(ZKEventLoop& loop)
+{
+    return ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorEventLoop(loop, EventPrio::NORMAL));
+}
+}
+
 CONFIG& CONFIG::INSTANCE()
 {
     static CONFIG s_instance;
     return s_instance;
 }
 
-CONFIG::CONFIG() : ZKEventLoop("Config", 1024, 1000, 10000, 100000, 10000)
+CONFIG::CONFIG() : ZKEventLoop("Config", 1024, 1000, 10000, 100000, 10000), m_executor(makeExecutor(*this))
 {
     start();
 }
@@ -24,6 +34,7 @@ CRIT& CRIT::INSTANCE()
 
 CRIT::CRIT()
     : ZKEventLoop("Crit", 4096, 100, 1000, 10000, 1000),
+      m_executor(makeExecutor(*this)),
       m_syncContext{ZK::FunctionContext::Type::SYNC, this},
       m_asyncContext{ZK::FunctionContext::Type::ASYNC, this}
 {
@@ -43,6 +54,7 @@ IO& IO::INSTANCE()
 
 IO::IO()
     : ZKEventLoop("IO", 4096, 100, 1000, 10000, 1000),
+      m_executor(makeExecutor(*this)),
       m_syncContext{ZK::FunctionContext::Type::SYNC, this},
       m_asyncContext{ZK::FunctionContext::Type::ASYNC, this}
 {
@@ -60,7 +72,7 @@ MGMT& MGMT::INSTANCE()
     return s_instance;
 }
 
-MGMT::MGMT() : ZKEventLoop("Mgmt", 1024, 1000, 10000, 100000, 5000)
+MGMT::MGMT() : ZKEventLoop("Mgmt", 1024, 1000, 10000, 100000, 5000), m_executor(makeExecutor(*this))
 {
     start();
 }

@@ -2,9 +2,16 @@
 
 #include "zekovar/events/event_loop.h"
 #include "zekovar/events/function_context.h"
+#include "zekovar/foundation/ptr.h"
+
+namespace ZK
+{
+class IExecutor;
+}
 
 /// The four loops that every daemon has. Each comes into being, with its thread running, on the first call of its
-/// `INSTANCE()`, which is safe from any thread, and is stopped and destroyed at the end of the process.
+/// `INSTANCE()`, which is safe from any thread, and is stopped and destroyed at the end of the process. `getExecutor()`
+/// runs jobs as events of priority "normal".
 
 /// Configuration: ticks of 1 s and 10 s.
 class CONFIG : public ZKEventLoop
@@ -14,10 +21,13 @@ public:
 
     ZK::FunctionContext const& getDirectContext() const { return m_directContext; }
 
+    ZKPtr<ZK::IExecutor> const& getExecutor() const { return m_executor; }
+
 private:
     CONFIG();
     ~CONFIG() override;
 
+    ZKPtr<ZK::IExecutor> m_executor;
     ZK::FunctionContext m_directContext;
 };
 
@@ -33,10 +43,13 @@ public:
     /// For functions that run later, on this loop's thread.
     ZK::FunctionContext const& getAsyncContext() const { return m_asyncContext; }
 
+    ZKPtr<ZK::IExecutor> const& getExecutor() const { return m_executor; }
+
 private:
     CRIT();
     ~CRIT() override;
 
+    ZKPtr<ZK::IExecutor> m_executor;
     ZK::FunctionContext m_syncContext;
     ZK::FunctionContext m_asyncContext;
 };
@@ -51,10 +64,13 @@ public:
 
     ZK::FunctionContext const& getAsyncContext() const { return m_asyncContext; }
 
+    ZKPtr<ZK::IExecutor> const& getExecutor() const { return m_executor; }
+
 private:
     IO();
     ~IO() override;
 
+    ZKPtr<ZK::IExecutor> m_executor;
     ZK::FunctionContext m_syncContext;
     ZK::FunctionContext m_asyncContext;
 };
@@ -67,9 +83,12 @@ public:
 
     ZK::FunctionContext const& getDirectContext() const { return m_directContext; }
 
+    ZKPtr<ZK::IExecutor> const& getExecutor() const { return m_executor; }
+
 private:
     MGMT();
     ~MGMT() override;
 
+    ZKPtr<ZK::IExecutor> m_executor;
     ZK::FunctionContext m_directContext;
 };

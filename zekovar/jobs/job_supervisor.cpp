@@ -1,9 +1,18 @@
 #include "zekovar/jobs/job_supervisor.h"
 
+#include "zekovar/jobs/cfuture.h"
+#include "zekovar/jobs/executor_record.h"
 #include "zekovar/threads/auto_lock.h"
+
+#include <utility>
 
 namespace ZK
 {
+namespace
+{
+constexpr unsigned int FUTURE_BUCKETS = 1024; // a queue of jobs may well be some thousands long
+}
+
 JobSupervisor& JobSupervisor::INSTANCE()
 {
     // never destroyed: static objects of a daemon may drop their futures while the process exits
@@ -11,7 +20,7 @@ JobSupervisor& JobSupervisor::INSTANCE()
     return s_instance;
 }
 
-JobSupervisor::JobSupervisor() : m_mutex(false), m_writeIndex(0), m_readIndex(0)
+JobSupervisor::JobSupervisor() : m_mutex(false), m_futures(FUTURE_BUCKETS), m_writeIndex(0), m_readIndex(0)
 {
 }
 
@@ -33,19 +42,31 @@ void JobSupervisor::removeExecutor(IExecutor* executor)
 
 void JobSupervisor::addFuture(IFuture* future)
 {
-    if (future == nullptr)
-        return;
+    if (future != nullptr)
+        add({future, nullptr});
+}
+
+void JobSupervisor::addFuture(CFuture* future)
+{
+    if (future != nullptr)
+        add({future, future});
+}
+
+void JobSupervisor::add(FutureEntry const& entry)
+{
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-    m_futures.set(future, future);
+    if (!m_futures.contains(entry.future))
+        m_futures.add(entry.future, entry);
 }
 
 void JobSupervisor::removeFuture(IFuture* future)
 {
     if (future == nullptr)
         return;
+    String const text = Detail::descriptionOf(future);
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
     m_futures.remove(future);
-    record(String()); // the job's description comes with the interface of futures
+    record(text);
 }
 
 void JobSupervisor::record(String const& text)
@@ -54,6 +75,35 @@ void JobSupervisor::record(String const& text)
     m_writeIndex++;
     if (m_writeIndex - m_readIndex > HISTORY_SIZE)
         m_readIndex++;
+}
+
+ZKVector<IExecutor::Description> JobSupervisor::getExecutorDescriptions(ZKVector<IExecutor::Description>& target)
+{
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
+    target.enlarge(target.size() + m_executors.size());
+    for (auto const& entry : m_executors)
+    {
+        IExecutor::Description description;
+        entry.value()->getExecutorDescription(description);
+        target.add(std::move(description));
+    }
+    return target;
+}
+
+ZKVector<IFuture::Description> JobSupervisor::getFutureDescriptions(ZKVector<IFuture::Description>& target)
+{
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
+    target.enlarge(target.size() + m_futures.size());
+    for (auto const& entry : m_futures)
+    {
+        IFuture::Description description;
+        if (CFuture const* unfinished = entry.value().unfinished)
+            unfinished->CFuture::getFutureDescription(description);
+        else
+            entry.value().future->getFutureDescription(description);
+        target.add(std::move(description));
+    }
+    return target;
 }
 
 void JobSupervisor::getJobHistory(ZKVector<String>& target)

@@ -1,0 +1,176 @@
+#include "zekovar/jobs/executor_event_loop.h"
+
+#include "zekovar/diagnostics/log.h"
+#include "zekovar/events/event.h"
+#include "zekovar/events/event_loop.h"
+#include "zekovar/jobs/job_supervisor.h"
+#include "zekovar/threads/auto_lock.h"
+
+#include <csignal>
+
+using ZK::Detail::descriptionOf;
+using ZK::Detail::ExecutorRecord;
+
+namespace ZK
+{
+namespace
+{
+constexpr char NAME_FORMAT[] = "Event Loop %s";
+constexpr unsigned int PREFIX_LENGTH = 11; // of that format
+}
+
+/// The event of one run. It stands in the executor's set until the loop or a canceller takes it out, each of whom can
+/// rely on being the only one then. The queue's reference keeps it as long as it stands there.
+class CExecutorEventLoop::JobEvent final : public ZKEvent
+{
+public:
+    JobEvent(CExecutorEventLoop& owner, IFuture* jobFuture)
+        : ZKEvent(owner.m_eventLoop, owner.m_priority, &ON_EVENT, this), executor(&owner), future(jobFuture)
+    {
+    }
+
+    /// Also called for what is left when the loop is destroyed; the event is cancelled then.
+    void process() override
+    {
+        if (!executor->claim(this))
+            cancel(); // whoever claimed it before is just about to
+        ZKEvent::process();
+    }
+
+    ZKPtr<CExecutorEventLoop> const executor; // not the future's, which a cancel clears
+    ZKPtr<IFuture> const future;              // not the raw pointer: the caller may have dropped it
+};
+
+CExecutorEventLoop::CExecutorEventLoop(ZKEventLoop& eventLoop, EventPrio::Type priority)
+    : m_record(this, String::stringOfFormat(NAME_FORMAT, eventLoop.getName().c_str())),
+      m_eventLoop(eventLoop),
+      m_priority(priority),
+      m_mutex(false)
+{
+    JobSupervisor::INSTANCE().addExecutor(this);
+}
+
+CExecutorEventLoop::~CExecutorEventLoop()
+{
+    JobSupervisor::INSTANCE().removeExecutor(this);
+}
+
+/// The loop's name, which serves when the loop is gone.
+char const* CExecutorEventLoop::loopName() const
+{
+    return m_record.name.c_str() + PREFIX_LENGTH;
+}
+
+void CExecutorEventLoop::getExecutorDescription(Description& description) const
+{
+    m_record.describe(description);
+}
+
+XCode CExecutorEventLoop::suspend()
+{
+    RTD::error(MON_JOB, "[%s] FAILED TO SUSPEND EXECUTOR", loopName());
+    XCode code(XCODE_FAILURE);
+    code.setString("CANNOT SUSPEND EVENT LOOP");
+    return code;
+}
+
+XCode CExecutorEventLoop::resume()
+{
+    return XCODE_SUCCESS;
+}
+
+XCode CExecutorEventLoop::invokeJob(IJob* job, ZKPtr<IFuture>& future)
+{
+    RTD_DEBUG(MON_JOB, 1, "[%s] Invoking job: %s", loopName(), descriptionOf(job).c_str());
+    XCode code = post(job, future);
+    if (code.isErr())
+    {
+        RTD::error(MON_JOB, "[%s] FAILED TO INVOKE JOB: %s", loopName(), descriptionOf(job).c_str());
+        ExecutorRecord::COUNT(m_record.failedInvocations);
+        future = nullptr;
+        return code;
+    }
+    RTD_DEBUG(MON_JOB, 1, "[%s] Successfully invoked job: %s", loopName(), descriptionOf(job).c_str());
+    ExecutorRecord::COUNT(m_record.invokedJobs);
+    return code;
+}
+
+XCode CExecutorEventLoop::post(IJob* job, ZKPtr<IFuture>& future)
+{
+    XCode code = Detail::createFuture(job, future);
+    if (code.isErr())
+        return code;
+    // the job may already run, and drop what the caller's pointer holds, while the event is being posted
+    ZKPtr<IFuture> const run(future);
+    ZKPtr<JobEvent> const event(MovePtr<JobEvent>(new JobEvent(*this, run.getObj())));
+    {
+        ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
+        m_pending.insert(event.getObj());
+    }
+    run->invoked(this, event.getObj());
+    code = event->set();
+    if (code.isErr())
+    {
+        (void)run->cancel(SIGTERM);
+        claim(event.getObj());
+    }
+    return code;
+}
+
+void CExecutorEventLoop::ON_EVENT(void* argument)
+{
+    auto* const event = static_cast<JobEvent*>(argument);
+    event->executor.getObj()->onEvent(event->future.getObj());
+}
+
+void CExecutorEventLoop::onEvent(IFuture* future)
+{
+    RTD_DEBUG(MON_JOB, 1, "[%s] Executing job: %s", loopName(), descriptionOf(future).c_str());
+    XCode const code = future->execute();
+    if (code.isErr())
+    {
+        RTD::error(MON_JOB, "[%s] FAILED TO EXECUTE JOB: %s: %s", loopName(), descriptionOf(future).c_str(),
+                   code.toString().c_str());
+        ExecutorRecord::COUNT(m_record.failedExecutions);
+        return;
+    }
+    RTD_DEBUG(MON_JOB, 1, "[%s] Successfully executed job: %s", loopName(), descriptionOf(future).c_str());
+    ExecutorRecord::COUNT(m_record.executedJobs);
+}
+
+/// Takes the event out; false if somebody else did.
+bool CExecutorEventLoop::claim(JobEvent* event)
+{
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
+    return m_pending.erase(event) != 0;
+}
+
+/// As above, for the event that the future has as private data; null if it isn't pending. It may be long gone, so it is
+/// looked at only once it is found.
+ZKPtr<CExecutorEventLoop::JobEvent> CExecutorEventLoop::claimFor(IFuture* future)
+{
+    auto* const event = static_cast<JobEvent*>(future->getExecutorPrivateData());
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
+    auto const found = m_pending.find(event);
+    if (found == m_pending.end() || !(event->future == future))
+        return {};
+    m_pending.erase(found);
+    return event;
+}
+
+XCode CExecutorEventLoop::cancel(IFuture* future, int)
+{
+    RTD_DEBUG(MON_JOB, 1, "[%s] Canceling job: %s", loopName(), descriptionOf(future).c_str());
+    ZKPtr<JobEvent> const event = future != nullptr ? claimFor(future) : ZKPtr<JobEvent>();
+    if (!event)
+    {
+        RTD::error(MON_JOB, "[%s] FAILED TO CANCEL JOB: %s", loopName(), descriptionOf(future).c_str());
+        ExecutorRecord::COUNT(m_record.failedCancels);
+        return XCODE_FAILURE;
+    }
+    event->cancel();
+    RTD_DEBUG(MON_JOB, 1, "[%s] Cancelled job: %s", loopName(), descriptionOf(future).c_str());
+    ExecutorRecord::COUNT(m_record.cancelledJobs);
+    return XCODE_SUCCESS;
+}
+}
