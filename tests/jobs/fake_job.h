@@ -22,25 +22,3 @@ public:
 
     std::function<void(ZK::IFuture*)> work = [](ZK::IFuture*) {};
 };
-
-/// An executor that runs nothing by itself and answers each cancel with `cancelCode`.
-class FakeExecutor : public CInherit<FakeExecutor, CObject, ZK::IExecutor>
-{
-public:
-    void getExecutorDescription(Description&) const override {}
-
-    XCode suspend() override { return XCODE_FAILURE; }
-
-    XCode resume() override { return XCODE_FAILURE; }
-
-    XCode invokeJob(ZK::IJob* job, ZKPtr<ZK::IFuture>& future) override
-    {
-        future = job->createFuture();
-        future->invoked(this, &cancelCode);
-        return XCODE_SUCCESS;
-    }
-
-    XCode cancel(ZK::IFuture*, int) override { return cancelCode; }
-
-    XCode cancelCode;
-};

@@ -1,221 +1,184 @@
 #include "zekovar/jobs/future.h"
 
-#include "tests/eventually.h"
+#include "tests/captured_syslog.h"
 #include "tests/jobs/fake_job.h"
 #include "tests/string_printer.h"
+#include "zekovar/diagnostics/repository.h"
 #include "zekovar/jobs/future_handle.h"
 
 #include <atomic>
+#include <barrier>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
 
 namespace
 {
+using std::placeholders::_1;
+
+/// An executor that runs nothing by itself and answers each cancel with `cancelCode`.
+class FakeExecutor : public CInherit<FakeExecutor, CObject, ZK::IExecutor>
+{
+public:
+    void getExecutorDescription(Description&) const override {}
+
+    XCode suspend() override { return XCODE_FAILURE; }
+
+    XCode resume() override { return XCODE_FAILURE; }
+
+    XCode invokeJob(ZK::IJob*, ZKPtr<ZK::IFuture>&) override { return XCODE_FAILURE; }
+
+    XCode cancel(ZK::IFuture*, int) override { return cancelCode; }
+
+    XCode cancelCode;
+};
+
 class FutureTest : public testing::Test
 {
 protected:
-    FutureTest() { restart(); }
-
-    /// A new future in state `invoked`.
-    void restart()
+    /// A future in state `invoked`.
+    ZK::Future<String> invoke()
     {
-        executor.cancelCode = XCODE_SUCCESS;
-        executor.invokeJob(&job, handle.getFuture());
+        ZKPtr<ZK::IFuture> const future = job.createFuture();
+        future->invoked(&executor, &executor);
+        return future;
     }
-
-    /// The value and its text of `cancel` with an executor that answers so.
-    String cancel(int signal, XCode const& answer = XCODE_SUCCESS)
-    {
-        executor.cancelCode = answer;
-        XCode const code = handle->cancel(signal);
-        return listed(code.getRawValue(), code.toString());
-    }
-
-    char const* state() const { return ZKEnumInfo<ZK::IFuture::State>::VALUE_NAME(handle->getState()); }
 
     FakeJob job;
     FakeExecutor executor;
-    ZK::Future<String> handle;
 };
 }
 
 TEST_F(FutureTest, StatesFollowTheTable)
 {
-    // i: invoked, x: execute, c: cancel without done, r: the same, refused by the executor, d: done
-    struct
+    // i: invoked, x: execute, c: cancel without done, d: done, capital for what is refused; each with the state after it
+    for (char const* row : {"C0d0i1d1", "i1x2X2i2d5d5i5C5X5", "i1c3C3d4d4C4X4", "i1x2c3d4", "x2d5"})
     {
-        char const* calls;
-        char const* state;
-        char const* lastText;
-    } const rows[] = {
-        {"", "init", ""},
-        {"c", "init", "FUTURE IN STATE init"},
-        {"d", "init", ""},
-        {"i", "invoked", ""},
-        {"id", "invoked", ""},
-        {"ic", "cancelling", ""},
-        {"icd", "cancelled", ""},
-        {"icdc", "cancelled", "FUTURE IN STATE cancelled"},
-        {"icdx", "cancelled", "FUTURE IN STATE cancelled"},
-        {"ix", "executing", ""},
-        {"ixx", "executing", "FUTURE IN STATE executing"},
-        {"ixi", "executing", ""},
-        {"ixd", "done", ""},
-        {"ixdd", "done", ""},
-        {"ixdi", "done", ""},
-        {"ixdc", "done", "FUTURE IN STATE done"},
-        {"ixc", "cancelling", ""},
-        {"ixcc", "cancelling", "FUTURE IN STATE cancelling"},
-        {"ixcd", "cancelled", ""},
-        {"ir", "cancelling", "FUNCTION EXECUTION CANNOT BE CANCELLED: BUSY"},
-        {"irx", "cancelling", ""},
-        {"irxd", "cancelled", ""},
-    };
-
-    for (auto const& row : rows)
-    {
-        ZKPtr<ZK::CFuture> future(ZK::MovePtr<ZK::CFuture>(new ZK::CFuture(&job)));
-        XCode code;
-        for (char const* call = row.calls; *call != '\0'; call++)
+        ZKPtr<ZK::CFuture> const future(ZK::MovePtr<ZK::CFuture>(new ZK::CFuture(&job)));
+        for (char const* call = row; *call != '\0'; call += 2)
         {
-            code.set(XCODE_SUCCESS);
-            executor.cancelCode = XCODE_SUCCESS;
-            if (*call == 'r')
-                executor.cancelCode.append("BUSY", XCODE_FAILURE, "");
+            char const* const name = ZKEnumInfo<ZK::IFuture::State>::VALUE_NAME(future->getState());
+            String const refusal = String::stringOfFormat("FUTURE IN STATE %s", name);
+            XCode code;
             if (*call == 'i')
                 future->invoked(&executor, nullptr);
             else if (*call == 'd')
                 future->done(XCODE_SUCCESS);
             else
-                code = *call == 'x' ? future->execute() : future->cancelWithoutDone(0);
+                code = *call == 'x' || *call == 'X' ? future->execute() : future->cancelWithoutDone(0);
+            EXPECT_EQ(static_cast<int>(future->getState()), call[1] - '0') << row << ", at " << call;
+            EXPECT_EQ(code.toString(), *call < 'a' ? refusal : "") << row << ", at " << call;
         }
-        EXPECT_STREQ(ZKEnumInfo<ZK::IFuture::State>::VALUE_NAME(future->getState()), row.state) << row.calls;
-        EXPECT_EQ(code.toString(), row.lastText) << row.calls;
     }
 }
 
-TEST_F(FutureTest, CancelEndsWithTheSignalAndForgetsTheExecutor)
+TEST_F(FutureTest, CancelEndsWithTheSignalOrLeavesTheRunToItsJob)
 {
-    EXPECT_TRUE(handle->getExecutor() == &executor);
-    EXPECT_EQ(cancel(15), "0|");
-    EXPECT_EQ(handle->waitForCompletion().getRawValue(), XCODE_SIGNAL + 15u);
-    EXPECT_TRUE(handle->getExecutor() == nullptr && handle->getExecutorPrivateData() == nullptr);
-    EXPECT_EQ(cancel(15), listed(0x7FFFFFFF, "FUTURE IN STATE cancelled"));
+    ZK::Future<String> future;
+    for (int const signal : {15, 0})
+    {
+        future = invoke();
+        EXPECT_TRUE(future->cancel(signal));
+        EXPECT_EQ(future->waitForCompletion().getRawValue(), signal == 0 ? 0u : XCODE_SIGNAL + 15u);
+        EXPECT_TRUE(future->getExecutor() == nullptr && future->getExecutorPrivateData() == nullptr);
+    }
+    future = invoke();
+    future->invoked(nullptr, nullptr);
+    EXPECT_EQ(future->cancel(0).toString(), "FUNCTION IS NOT BEING EXECUTED");
 
-    restart();
-    EXPECT_EQ(cancel(9, XCode(XCODE_LIBRARY + 7u)),
-              listed(XCODE_LIBRARY + 7, "FUNCTION EXECUTION CANNOT BE CANCELLED"));
-    EXPECT_STREQ(state(), "cancelling");
-    EXPECT_EQ(handle->getExecutorPrivateData(), &executor.cancelCode);
-
-    restart();
-    handle->invoked(nullptr, nullptr);
-    EXPECT_EQ(cancel(0), listed(0x7FFFFFFF, "FUNCTION IS NOT BEING EXECUTED"));
-
-    restart();
-    EXPECT_EQ(cancel(0), "0|");
-    EXPECT_TRUE(handle->waitForCompletion());
+    executor.cancelCode.append("BUSY", XCODE_FAILURE, "");
+    future = invoke();
+    EXPECT_EQ(future->cancel(9).toString(), "FUNCTION EXECUTION CANNOT BE CANCELLED: BUSY");
+    EXPECT_EQ(future->getExecutorPrivateData(), &executor);
+    EXPECT_TRUE(future->execute());
+    EXPECT_EQ(future->getState(), ZK::IFuture::State::cancelling);
 }
 
 TEST_F(FutureTest, ObserversHearOfEachEndInOrderAndWithoutTheLock)
 {
+    ZK::Future<String> future = invoke();
     std::vector<String> calls;
-    auto const completion = ZK::bindArgs(
-        ZK::directCall(),
-        [&](XCode code)
-        {
-            std::thread([this] { handle->getExecutor(); }).join(); // needs the lock
-            calls.push_back(code.toString());
-        },
-        std::placeholders::_1);
-    auto const result = [&](XCode code, String text) { calls.push_back(listed(code.getRawValue(), text)); };
-    job.work = [](ZK::IFuture* future)
+    auto const onEnd = [&](XCode code)
     {
-        ZKPtr<ZK::IFutureResult<String>> typed;
-        ASSERT_TRUE(future->queryIf(typed));
-        typed->set("forty-two");
-        future->done(XCODE_SUCCESS);
+        std::thread([&] { future->getExecutor(); }).join(); // needs the lock
+        calls.push_back(code.toString());
     };
-    XCode early = XCODE_FAILURE;
-    handle->setCompletionObserver(ZK::bindArgs(
-        ZK::directCall(), [&](XCode code) { early = code; }, std::placeholders::_1));
-    handle->setCompletionObserver(completion);
-    handle.setResultObserver(result);
-    EXPECT_TRUE(calls.empty());
-    handle->execute();
+    auto const completion = ZK::bindArgs(ZK::directCall(), onEnd, _1);
+    auto const result = [&](XCode code, String text) { calls.push_back(listed(code.getRawValue(), text)); };
+    ZKPtr<ZK::IFutureResult<String>> typed;
+    ASSERT_TRUE(future->queryIf(typed));
+    typed->set("forty-two");
+    future.setResultObserver([&](XCode, String) { calls.push_back("replaced"); });
+    future.setResultObserver(result);
+    future->setCompletionObserver(completion);
+    future->execute();
+    future->done(XCODE_SUCCESS);
     EXPECT_EQ(calls, (std::vector<String>{"", "0|forty-two"}));
-    EXPECT_EQ(early, XCODE_FAILURE) << "replaced before the end";
 
-    handle->setCompletionObserver(completion);
-    handle.setResultObserver(result);
+    future->setCompletionObserver(completion);
+    future.setResultObserver(result);
     EXPECT_EQ(calls.size(), 4u) << "at once on a completed future";
-    handle->done(XCode(XCODE_LIBRARY + 1u));
+    future->done(XCode(XCODE_LIBRARY + 1u));
     EXPECT_EQ(calls.back(), listed(XCODE_LIBRARY + 1, "forty-two")) << "a second end changes the status";
-    handle->setCompletionObserver(nullptr);
-    handle.setResultObserver(ZK::Function<void(XCode, String)>(nullptr));
-    handle->done(XCODE_SUCCESS);
-    EXPECT_EQ(calls.size(), 6u);
-}
-
-TEST_F(FutureTest, HandleLeavesOutWhatTheFutureDoesNotOffer)
-{
-    ZK::Future<String> const none;
-    for (ZK::Future<String> future : {handle, none})
-    {
-        future.setStreamObserver(ZK::StreamType::STANDARD_ERROR, [](String) {});
-        EXPECT_EQ(future.sendData("lost").getRawValue(), 0x10000002u);
-    }
-    EXPECT_EQ(handle->signal(9), XCODE_FAILURE);
-    handle->done(XCODE_SUCCESS);
-    ZK::CFuture const fresh(&job);
-    ZK::IFuture::Description description;
-    fresh.getFutureDescription(description);
-    EXPECT_EQ(description.jobDescription, "fake job");
-    EXPECT_EQ(description.future, &fresh);
+    String text = "kept";
+    EXPECT_EQ(listed(typed->waitForResult(text).getRawValue(), text), listed(XCODE_LIBRARY + 1, "kept"));
+    future->done(XCODE_SUCCESS);
+    EXPECT_EQ(listed(typed->waitForResult(text).getRawValue(), text), "0|forty-two");
+    EXPECT_EQ(future.sendData("no stream").getRawValue(), 0x10000002u);
 }
 
 TEST_F(FutureTest, RacingEndsWakeAllWaitersAndReachEachObserverOnce)
 {
     for (int round = 0; round < 200; round++)
     {
-        bool const isCancelled = round % 2 != 0;
-        restart();
-        handle->execute();
+        int const cancels = round % 2; // an end of its own if it comes before the job's
+        ZK::Future<String> future = invoke();
+        future->execute();
         std::atomic<int> completions = 0;
         std::atomic<int> results = 0;
-        std::atomic<bool> isOpen = false;
-        std::vector<std::function<void()>> const actions = {
-            [&] { handle->done(XCODE_SUCCESS); },
-            [&]
-            {
-                if (isCancelled)
-                    cancel(9);
-            },
-            [&]
-            {
-                handle->setCompletionObserver(ZK::bindArgs(
-                    ZK::directCall(), [&](XCode) { completions++; }, std::placeholders::_1));
-            },
-            [&] { ZK::Future<String>(handle).setResultObserver([&](XCode, String) { results++; }); },
-            [&] { EXPECT_NE(handle->waitForCompletion().getRawValue(), 0x1000000Eu); },
-            [&] { EXPECT_NE(handle->waitForCompletion().getRawValue(), 0x1000000Eu); },
+        auto const count = [&](XCode) { completions++; };
+        std::function<void()> const actions[] = {
+            [&] { EXPECT_NE(future->waitForCompletion(), ZK::CFuture::NO_RESULT); },
+            [&] { EXPECT_NE(future->waitForCompletion(), ZK::CFuture::NO_RESULT); },
+            [&] { future->done(XCODE_SUCCESS); },
+            [&] { future->setCompletionObserver(ZK::bindArgs(ZK::directCall(), count, _1)); },
+            [&] { future.setResultObserver([&](XCode, String) { results++; }); },
+            [&] { cancels != 0 ? future->cancel(9) : XCode(); },
         };
-        {
-            std::vector<std::jthread> threads;
-            for (auto const& action : actions)
-                threads.emplace_back(
-                    [&]
-                    {
-                        isOpen.wait(false);
-                        action();
-                    });
-            isOpen = true;
-            isOpen.notify_all();
-        }
-        // a cancel and the job's own end are two ends
-        EXPECT_TRUE(completions == 1 || (isCancelled && completions == 2)) << completions;
-        EXPECT_TRUE(results == 1 || (isCancelled && results == 2)) << results;
-        EXPECT_TRUE(handle->hasCompleted());
+        std::barrier start(std::size(actions));
+        std::vector<std::jthread> threads;
+        for (auto const& action : actions)
+            threads.emplace_back([&] { start.arrive_and_wait(), action(); });
+        threads.clear(); // joins
+        EXPECT_TRUE(future->hasCompleted());
+        for (int const calls : {completions.load(), results.load()})
+            EXPECT_TRUE(calls == 1 || calls == 1 + cancels) << calls;
     }
+}
+
+TEST_F(FutureTest, LogTellsTheLifeOfARun)
+{
+    RTD::REPOSITORY::_INSTANCE()->addMonitor(MON_JOB, 254, 65534);
+    RTD::REPOSITORY::_INSTANCE()->enableMonitor("job", 254, 65534, "test", LOG_DEBUG, 1);
+    CapturedSyslog log;
+    {
+        ZK::Future<String> const ended = invoke();
+        ended->execute();
+        ended->signal(1);
+        ended->done(XCode(XCODE_EXIT + 2u));
+        ended->waitForCompletion();
+        ended->cancel(0);
+        invoke()->cancel(0);
+    }
+    RTD::REPOSITORY::_INSTANCE()->removeMonitor(MON_JOB, 254, 65534);
+    std::string written;
+    for (std::string const& line : log.lines())
+        written += line.substr(0, 2) + line.substr(line.find("[fake] ") + 7);
+    EXPECT_EQ(written, "7 Created\n7 Invoked\n7 State: init -> invoked\n7 Executing\n7 State: invoked -> executing"
+                       "\n7 Successfully executed\n3 FAILED TO SIGNAL: THIS TYPE OF JOB CANNOT BE SIGNALED"
+                       "\n7 Job is done (status #12000002); wake up waiter\n7 State: executing -> done"
+                       "\n7 Waiting for completion\n7 Completed with status 0x12000002: PROGRAM EXIT WITH 2"
+                       "\n7 Canceling\n3 FAILED TO CANCEL\n7 Created\n7 Invoked\n7 State: init -> invoked\n7 Canceling"
+                       "\n7 State: invoked -> cancelling\n7 Job is done (status #00000000); wake up waiter"
+                       "\n7 State: cancelling -> cancelled\n7 Successfully cancelled\n7 Destroyed\n7 Destroyed\n");
 }

@@ -1,5 +1,7 @@
 #include "zekovar/jobs/cfuture.h"
 
+#include "zekovar/diagnostics/log.h"
+#include "zekovar/diagnostics/repository.h"
 #include "zekovar/jobs/job_supervisor.h"
 
 #include <cerrno>
@@ -8,10 +10,17 @@ namespace ZK
 {
 namespace
 {
+constexpr int DETAIL_LEVEL = 1; // of all debug lines here
+
+char const* nameOf(IFuture::State state)
+{
+    return ZKEnumInfo<IFuture::State>::VALUE_NAME(state);
+}
+
 XCode wrongState(IFuture::State state)
 {
     XCode code = XCODE_FAILURE;
-    code.setStringF("FUTURE IN STATE %s", ZKEnumInfo<IFuture::State>::VALUE_NAME(state));
+    code.setStringF("FUTURE IN STATE %s", nameOf(state));
     return code;
 }
 }
@@ -24,11 +33,23 @@ CFuture::CFuture(IJob* job)
       m_status(NO_RESULT)
 {
     JobSupervisor::INSTANCE().addFuture(this);
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Created", getTag().c_str());
 }
 
 CFuture::~CFuture()
 {
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Destroyed", getTag().c_str());
     JobSupervisor::INSTANCE().removeFuture(this);
+}
+
+String CFuture::getTag() const
+{
+    return m_job ? m_job->getShortJobDescription() : String("(none)");
+}
+
+String CFuture::getTagIfLogging() const
+{
+    return RTD::REPOSITORY::GET_MONITOR_IF_ENABLED_FOR_LOGGING(MON_JOB, DETAIL_LEVEL) != nullptr ? getTag() : String();
 }
 
 ZKPtr<IJob> CFuture::job()
@@ -68,30 +89,40 @@ void CFuture::getFutureDescription(Description& description) const
     description.executor = m_executor.getObj();
 }
 
-void CFuture::setState(State state)
+void CFuture::setState(State state, String const& tag)
 {
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] State: %s -> %s", tag.c_str(), nameOf(m_state), nameOf(state));
     m_state = state;
 }
 
 void CFuture::invoked(IExecutor* executor, void* privateData)
 {
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Invoked", getTag().c_str());
+    String const tag = getTagIfLogging();
     ZKPtr<IExecutor> other(executor); // takes the one before along, out of the lock
     ZKAutoLock<ConditionalExpression> guard(m_stateLock);
     if (hasCompleted())
         return;
     if (m_state == State::init)
-        setState(State::invoked);
+        setState(State::invoked, tag);
     std::swap(m_executor, other);
     m_executorPrivateData = privateData;
 }
 
 XCode CFuture::execute()
 {
-    return tryToExecute();
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Executing", getTag().c_str());
+    XCode code = tryToExecute();
+    if (code.isErr())
+        RTD::error(MON_JOB, "[%s] FAILED TO EXECUTE", getTag().c_str());
+    else
+        RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Successfully executed", getTag().c_str());
+    return code;
 }
 
 XCode CFuture::tryToExecute()
 {
+    String const tag = getTagIfLogging();
     {
         ZKAutoLock<ConditionalExpression> guard(m_stateLock);
         State const state = m_state;
@@ -99,19 +130,26 @@ XCode CFuture::tryToExecute()
             return wrongState(state);
         // a cancel that the executor refused, or is about to refuse, doesn't keep the job from running
         if (state != State::cancelling)
-            setState(State::executing);
+            setState(State::executing, tag);
     }
     return m_job ? m_job->execute(this) : XCode(XCODE_FAILURE);
 }
 
-Function<void(XCode)> CFuture::settle(XCode const& code)
+String CFuture::reportEnd(XCode const& code) const
+{
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Job is done (status #%8.8x); wake up waiter", getTag().c_str(),
+              code.getRawValue());
+    return getTagIfLogging();
+}
+
+Function<void(XCode)> CFuture::settle(XCode const& code, String const& tag)
 {
     ZKAutoLock<ConditionalExpression> guard(m_stateLock);
     m_status = code;
     if (m_state == State::executing)
-        setState(State::done);
+        setState(State::done, tag);
     else if (m_state == State::cancelling)
-        setState(State::cancelled);
+        setState(State::cancelled, tag);
     return m_completionObserver;
 }
 
@@ -119,13 +157,14 @@ void CFuture::done(XCode code)
 {
     // a waiter that wakes may drop the last reference but this one
     ZKPtr<IFuture> const self(this);
-    Function<void(XCode)> const observer = settle(code);
+    Function<void(XCode)> const observer = settle(code, reportEnd(code));
     if (observer)
         observer(code);
 }
 
 XCode CFuture::waitForCompletion()
 {
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Waiting for completion", getTag().c_str());
     XCode code;
     XCode status;
     {
@@ -138,7 +177,14 @@ XCode CFuture::waitForCompletion()
         }
         status = m_status;
     }
-    return code.isErr() ? code : status;
+    if (code.isErr())
+    {
+        RTD::error(MON_JOB, "[%s] FAILED TO WAIT FOR COMPLETION", getTag().c_str());
+        return code;
+    }
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Completed with status %#8.8x: %s", getTag().c_str(), status.getRawValue(),
+              status.toString().c_str());
+    return status;
 }
 
 void CFuture::setCompletionObserver(Function<void(XCode)> observer)
@@ -152,21 +198,27 @@ void CFuture::setCompletionObserver(Function<void(XCode)> observer)
 
 XCode CFuture::cancel(int signal)
 {
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Canceling", getTag().c_str());
     if (XCode code = cancelWithoutDone(signal); code.isErr())
+    {
+        RTD::error(MON_JOB, "[%s] FAILED TO CANCEL", getTag().c_str());
         return code;
+    }
     done(signal == 0 ? XCode(XCODE_SUCCESS) : XCode(XCODE_SIGNAL | (static_cast<unsigned int>(signal) & 0xFFFFFF)));
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Successfully cancelled", getTag().c_str());
     return XCODE_SUCCESS;
 }
 
 XCode CFuture::cancelWithoutDone(int signal)
 {
+    String const tag = getTagIfLogging();
     ZKPtr<IExecutor> executor;
     {
         ZKAutoLock<ConditionalExpression> guard(m_stateLock);
         State const state = m_state;
         if (state != State::invoked && state != State::executing)
             return wrongState(state);
-        setState(State::cancelling);
+        setState(State::cancelling, tag);
         executor = m_executor;
     }
     XCode code = XCODE_FAILURE;
@@ -190,6 +242,7 @@ XCode CFuture::cancelWithoutDone(int signal)
 
 XCode CFuture::signal(int)
 {
+    RTD::error(MON_JOB, "[%s] FAILED TO SIGNAL: THIS TYPE OF JOB CANNOT BE SIGNALED", getTag().c_str());
     return XCODE_FAILURE;
 }
 }

@@ -63,10 +63,14 @@ protected:
     /// A copy of the status.
     XCode getStatus() const;
 
-    /// What `done` does under the lock: stores the status and ends the state. Returns the observer, for the caller to
-    /// call once the lock is free. Together with it a subclass picks up its own observers, under one hold of the lock:
-    /// then whoever comes later finds a completed future.
-    Function<void(XCode)> settle(XCode const& code);
+    /// The two halves of `done`, for a subclass with an observer of its own: first the log line, without the lock. The
+    /// result is for `settle`.
+    String reportEnd(XCode const& code) const;
+
+    /// Under the lock: stores the status, ends the state, and returns the observer, for the caller to call once the lock
+    /// is free. A subclass picks its own observer up under the same hold: whoever sets one later finds a completed
+    /// future.
+    Function<void(XCode)> settle(XCode const& code, String const& tag);
 
     /// Exchanges the two and returns true, or returns false on a completed future, whose observer is called first.
     template <class S>
@@ -88,8 +92,14 @@ protected:
     }
 
 private:
+    /// The text in brackets of log lines.
+    String getTag() const;
+
+    /// As above for lines that are written under the lock, where the job isn't called: empty if none are.
+    String getTagIfLogging() const;
+
     /// The lock is held.
-    void setState(State state);
+    void setState(State state, String const& tag);
 
     ZKPtr<IJob> m_job; // never changes
     ZKPtr<IExecutor> m_executor;

@@ -64,9 +64,10 @@ void CFutureResult<T>::done(XCode code)
     Function<void(XCode)> completionObserver(nullptr);
     Function<void(XCode, T)> resultObserver(nullptr);
     T result{};
+    String const tag = this->reportEnd(code);
     {
         ZKAutoLock<ConditionalExpression> guard(this->getStateLock());
-        completionObserver = this->settle(code);
+        completionObserver = this->settle(code, tag);
         resultObserver = m_resultObserver;
         if (resultObserver)
             result = m_result;
