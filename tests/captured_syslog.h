@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <dlfcn.h>
 #include <mutex>
 #include <string>
 #include <syslog.h>
@@ -33,8 +34,13 @@ public:
         return m_lines;
     }
 
+    /// From now on lines go to the C library's own `vsyslog`, whether there is an object or not. For a child process.
+    static void PASS_ON() { s_passOn = reinterpret_cast<decltype(s_passOn)>(::dlsym(RTLD_NEXT, "vsyslog")); }
+
     static void WRITE(int priority, char const* format, std::va_list arguments)
     {
+        if (s_passOn != nullptr)
+            return s_passOn(priority, format, arguments);
         char text[1024];
         std::vsnprintf(text, sizeof(text), format, arguments);
         std::lock_guard guard(s_mutex);
@@ -45,6 +51,7 @@ public:
 private:
     static inline std::mutex s_mutex;
     static inline CapturedSyslog* s_active = nullptr;
+    static inline void (*s_passOn)(int, char const*, std::va_list) = nullptr;
 
     std::vector<std::string> m_lines;
 };

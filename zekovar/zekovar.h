@@ -98,6 +98,7 @@
 #include "zekovar/threads/assertion.h"
 #include "zekovar/threads/auto_lock.h"
 #include "zekovar/threads/backtrace.h"
+#include "zekovar/threads/blocking_queue.h"
 #include "zekovar/threads/condition.h"
 #include "zekovar/threads/conditional_expression.h"
 #include "zekovar/threads/lock.h"
@@ -110,4 +111,5 @@
 #include "zekovar/threads/semaphore.h"
 #include "zekovar/threads/thread.h"
 #include "zekovar/threads/thread_attribute.h"
+#include "zekovar/threads/thread_pool.h"
 #include "zekovar/threads/thread_supervisor.h"

@@ -1,3 +1,4 @@
+#include "tests/captured_syslog.h"
 #include "tests/threads/function_thread.h"
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/threads/assertion.h"
@@ -78,6 +79,21 @@ TEST(Backtrace, SelfCanBeAskedThroughTheSignalWhichIsIgnoredOtherwise)
     EXPECT_GE(text.indexOf("obtainBacktraceOfThread"), 0) << text.c_str();
     backtrace.clearBacktrace();
     EXPECT_TRUE(backtrace.printToString(false).isEmpty());
+}
+
+TEST(Backtrace, GoesToAMonitorLineByLine)
+{
+    CapturedSyslog log;
+    ZKBacktrace backtrace(FRAMES);
+    EXPECT_TRUE(backtrace.obtainBacktraceOfCurrentThread(0));
+    backtrace.printToSyslog(LOG_INFO);
+    std::vector<std::string> const plain = log.lines();
+    ASSERT_GT(plain.size(), 2u);
+    backtrace.printToRtd(MON_JOB, LOG_INFO);
+    std::vector<std::string> const lines = log.lines();
+    ASSERT_EQ(lines.size(), 2 * plain.size());
+    for (std::size_t i = 0; i < plain.size(); i++)
+        EXPECT_EQ(lines[plain.size() + i], "6 JOB        # " + plain[i].substr(2));
 }
 
 TEST(Backtrace, ThreadThatEndsOrIsNotThereIsRefused)

@@ -1,5 +1,6 @@
 #include "zekovar/threads/backtrace.h"
 
+#include "zekovar/diagnostics/system_monitor.h"
 #include "zekovar/foundation/string.h"
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/threads/auto_lock.h"
@@ -227,6 +228,20 @@ void ZKBacktrace::printToSyslogLocked(int priority) const
     auto const count = static_cast<unsigned int>(m_count);
     for (unsigned int i = m_skip; i < count; i++)
         syslog(priority, "  %2d %s\n", static_cast<int>(count - i), m_symbols[i]);
+}
+
+void ZKBacktrace::printToRtd(RtdMonitorID monitor, int severity) const
+{
+    Guard guard(Info::INSTANCE().m_mutex);
+    printToRtdLocked(monitor, severity);
+}
+
+void ZKBacktrace::printToRtdLocked(RtdMonitorID monitor, int severity) const
+{
+    ZK::Detail::logToMonitor(monitor, severity, "%s", headerLine().c_str());
+    auto const count = static_cast<unsigned int>(m_count);
+    for (unsigned int i = m_skip; i < count; i++)
+        ZK::Detail::logToMonitor(monitor, severity, "  %2d %s", static_cast<int>(count - i), m_symbols[i]);
 }
 
 void ZKBacktrace::clearBacktrace()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zekovar/diagnostics/monitor_id.h"
 #include "zekovar/foundation/xcode.h"
 #include "zekovar/threads/mutex_private.h"
 
@@ -51,6 +52,11 @@ public:
     /// As `printToString` with a header, but not demangled: one line of syslog each, at a syslog priority.
     void printToSyslog(int priority) const;
     void printToSyslogLocked(int priority) const;
+
+    /// The lines of `printToSyslog` to a monitor, whose prompt they bear. A severity of 7 stands for the monitor's debug
+    /// severity.
+    void printToRtd(RtdMonitorID monitor, int severity) const;
+    void printToRtdLocked(RtdMonitorID monitor, int severity) const;
 
     /// Drops the frames.
     void clearBacktrace();
