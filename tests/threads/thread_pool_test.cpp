@@ -110,14 +110,14 @@ TEST_F(ThreadPool, EndsItsWorkersWhenItGoesButNotTheirTasks)
 
 TEST_F(ThreadPool, RunsTenThousandTasksInBatches)
 {
-    constexpr int SIZE = 100;
-    constexpr int LIMIT = 10;
+    constexpr int SIZE = 50;
+    constexpr int LIMIT = 25;
     _ZKThreadPool pool(LIMIT);
     std::vector<CountedTask> tasks(SIZE);
     std::vector<_ZKTask*> batch;
     for (CountedTask& task : tasks)
         batch.push_back(&task);
-    for (int i = 1; i <= 100; i++)
+    for (int i = 1; i <= 200; i++)
     {
         (void)pool.setTasksAndWait(batch); // which thread is told that it was the last is open
         ASSERT_EQ(s_executed, i * SIZE);

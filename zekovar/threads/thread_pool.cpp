@@ -1,6 +1,7 @@
 #include "zekovar/threads/thread_pool.h"
 
 #include "zekovar/threads/no_cancellation.h"
+#include "zekovar/threads/thread_supervisor.h"
 
 #include <algorithm>
 #include <memory>
@@ -38,6 +39,7 @@ public:
             return;
         ZK::Detail::NoCancellation const noCancellation;
         _ZKThreadPool::FORGET_WORKER(m_worker);
+        ZKThreadSupervisor::INSTANCE().removeThread(m_worker); // a report calls virtual operations
         delete m_worker;
     }
 
