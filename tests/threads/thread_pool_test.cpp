@@ -133,7 +133,7 @@ TEST_F(ThreadPool, BatchForWhichNoThreadsAreLeftFailsAsAWhole)
     pthread_attr_t before, impossible;
     ASSERT_EQ(pthread_getattr_default_np(&before), 0);
     pthread_attr_init(&impossible);
-    pthread_attr_setstacksize(&impossible, SIZE_MAX / 2 & ~std::size_t{0xFFFF});
+    pthread_attr_setstacksize(&impossible, SIZE_MAX / 8 * 7);
     ASSERT_EQ(pthread_setattr_default_np(&impossible), 0);
     EXPECT_EQ(pool.setTasksAndWait({&first, &second, &third}), XCODE_FAILURE);
     EXPECT_TRUE(pool.setup(1).isErr());
