@@ -17,7 +17,9 @@
 #include "zekovar/diagnostics/monitor_id.h"
 #include "zekovar/diagnostics/monitor_table.h"
 #include "zekovar/diagnostics/observer.h"
+#include "zekovar/diagnostics/pointer_queue.h"
 #include "zekovar/diagnostics/qep.h"
+#include "zekovar/diagnostics/qhsm.h"
 #include "zekovar/diagnostics/repository.h"
 #include "zekovar/diagnostics/syslog.h"
 

@@ -41,6 +41,7 @@ public:
 
     constexpr QEvent(QEvent const&) = default;
     constexpr QEvent& operator=(QEvent const&) = default;
+
     constexpr virtual ~QEvent() {}
 
     /// A copy on the heap, which belongs to the caller.

@@ -39,8 +39,7 @@ public:
     /// What is under way is dropped.
     ~ZKEventDataqueue()
     {
-        for (unsigned int i = 0; i < m_count; ++i)
-            m_wrappers[i].event->cancel();
+        cancel();
         for (unsigned int i = 0; i < m_count; ++i)
             m_wrappers[i].event->destroy();
     }
@@ -63,6 +62,17 @@ public:
         return code;
     }
 
+    /// Ends the pool before its destructor does: `set` fails from now on. Calls `drop` with each value that was under way,
+    /// for data that doesn't free itself, and with an empty value for each event that was idle. For the loop's thread or
+    /// one that is synchronised to the loop.
+    template <class Drop>
+    void drain(Drop drop)
+    {
+        cancel();
+        for (unsigned int i = 0; i < m_count; ++i)
+            drop(std::exchange(m_wrappers[i].data, Data()));
+    }
+
     /// Gives the event back to the pool before it calls the owner, so that the owner can post again.
     static void HANDLE_EVENT(void* argument)
     {
@@ -81,6 +91,12 @@ private:
         _ZKTimeoutEvent* event = nullptr; // holds a reference
         Data data{};
     };
+
+    void cancel()
+    {
+        for (unsigned int i = 0; i < m_count; ++i)
+            m_wrappers[i].event->cancel();
+    }
 
     Owner* m_owner;
     Method m_method;
