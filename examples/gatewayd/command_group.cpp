@@ -20,12 +20,12 @@ void CommandGroup::refuse(Command const& command, char const* what)
                          *command.arguments ? " " : "", command.arguments));
 }
 
-bool CommandLine::parseNumber(String const& text, unsigned int highest, unsigned int& number)
+bool CommandLine::parseNumber(String const& text, unsigned int lowest, unsigned int highest, unsigned int& number)
 {
     char const* const end = text.c_str() + text.length();
     unsigned int parsed = 0;
     auto const [rest, error] = std::from_chars(text.c_str(), end, parsed);
-    if (error != std::errc() || rest != end || parsed == 0 || parsed > highest)
+    if (error != std::errc() || rest != end || parsed < lowest || parsed > highest)
     {
         return false;
     }
@@ -40,4 +40,14 @@ String CommandLine::takeWord(String& text)
     text = end < 0 ? String() : text.substring(end);
     text.leftTrim(&isspace);
     return word;
+}
+
+std::vector<String> CommandLine::wordsOf(String text)
+{
+    std::vector<String> words;
+    while (!text.isEmpty())
+    {
+        words.push_back(takeWord(text));
+    }
+    return words;
 }

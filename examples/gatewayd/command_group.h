@@ -62,9 +62,12 @@ namespace CommandLine
 constexpr unsigned int MAX_SECONDS = 3600;
 constexpr unsigned int MAX_MILLISECONDS = 86400000;
 
-/// Reads all of `text` as a decimal number from 1 to `highest`; otherwise false, with `number` unchanged.
-bool parseNumber(String const& text, unsigned int highest, unsigned int& number);
+/// Reads all of `text` as a decimal number from `lowest` to `highest`; otherwise false, with `number` unchanged.
+bool parseNumber(String const& text, unsigned int lowest, unsigned int highest, unsigned int& number);
 
 /// Takes the first word off `text`.
 String takeWord(String& text);
+
+/// All words of `text`.
+std::vector<String> wordsOf(String text);
 }

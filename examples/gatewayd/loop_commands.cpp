@@ -91,7 +91,7 @@ void LoopCommands::post(Command const& command, String const& arguments)
 void LoopCommands::block(Command const& command, String const& arguments)
 {
     unsigned int seconds = 0;
-    if (!parseNumber(arguments, MAX_SECONDS, seconds))
+    if (!parseNumber(arguments, 1, MAX_SECONDS, seconds))
     {
         refuse(command, "SECONDS is a number from 1 to 3600");
         return;
@@ -149,7 +149,7 @@ void LoopCommands::sayWhetherSynchronised(char const* moment)
 void LoopCommands::lock(Command const& command, String const& arguments)
 {
     unsigned int seconds = 0;
-    if (!parseNumber(arguments, MAX_SECONDS, seconds))
+    if (!parseNumber(arguments, 1, MAX_SECONDS, seconds))
     {
         refuse(command, "SECONDS is a number from 1 to 3600");
     }

@@ -2,6 +2,8 @@
 
 #include "console.h"
 
+#include <climits>
+
 using CommandLine::MAX_MILLISECONDS;
 using CommandLine::parseNumber;
 using CommandLine::takeWord;
@@ -24,7 +26,7 @@ void TimerCommands::timer(Command const& command, String const& arguments)
 {
     String text = arguments;
     unsigned int milliseconds = 0;
-    if (!parseNumber(takeWord(text), MAX_MILLISECONDS, milliseconds))
+    if (!parseNumber(takeWord(text), 1, MAX_MILLISECONDS, milliseconds))
     {
         refuse(command, "MS is a number from 1 to 86400000");
         return;
@@ -54,7 +56,7 @@ void TimerCommands::timers(Command const& command, String const& arguments)
 void TimerCommands::cancel(Command const& command, String const& arguments)
 {
     unsigned int number = 0;
-    if (!parseNumber(arguments, 0xffffffff, number))
+    if (!parseNumber(arguments, 1, UINT_MAX, number))
     {
         refuse(command, "N is the number of a timer");
     }

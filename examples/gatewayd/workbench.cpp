@@ -1,10 +1,18 @@
 #include "workbench.h"
 
 #include "console.h"
+#include "debug_commands.h"
+#include "job_commands.h"
+#include "link_commands.h"
 #include "loop_commands.h"
 #include "timer_commands.h"
 
 #include <cctype>
+
+namespace
+{
+constexpr int USAGE_COLUMN = 28;
+}
 
 Workbench::Workbench(ZKEventLoop& loop, Console& console) : CommandGroup(console)
 {
@@ -14,6 +22,9 @@ Workbench::Workbench(ZKEventLoop& loop, Console& console) : CommandGroup(console
 
     m_groups.push_back(std::make_unique<LoopCommands>(console, loop));
     m_groups.push_back(std::make_unique<TimerCommands>(console, loop));
+    m_groups.push_back(std::make_unique<DebugCommands>(console));
+    m_groups.push_back(std::make_unique<LinkCommands>(console, loop));
+    m_groups.push_back(std::make_unique<JobCommands>(console));
 }
 
 void Workbench::execute(String const& line)
@@ -75,7 +86,8 @@ void Workbench::help(Command const& command, String const& arguments)
         for (Command const& each : group.commands())
         {
             String const usage = String(String::Formatted(), "%s %s", each.name, each.arguments);
-            text.concatf("  %-28s %s\n", usage.c_str(), each.purpose);
+            bool const fits = usage.length() <= USAGE_COLUMN;
+            text.concatf("  %-*s%s%s\n", USAGE_COLUMN, usage.c_str(), fits ? " " : "\n        ", each.purpose);
         }
     };
     describe(*this);
@@ -89,7 +101,7 @@ void Workbench::help(Command const& command, String const& arguments)
 void Workbench::wait(Command const& command, String const& arguments)
 {
     unsigned int milliseconds = 0;
-    if (!CommandLine::parseNumber(arguments, CommandLine::MAX_MILLISECONDS, milliseconds))
+    if (!CommandLine::parseNumber(arguments, 1, CommandLine::MAX_MILLISECONDS, milliseconds))
     {
         refuse(command, "MS is a number from 1 to 86400000");
         return;

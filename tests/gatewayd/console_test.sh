@@ -65,6 +65,28 @@ expect threads 'before: thread Synchroniser is not synchronised to Crit' 'stands
     'after: thread Synchroniser is not synchronised to Crit' "direct slot on thread Emitter" "sync slot on thread Emitter" \
     "async slot on thread Crit"
 
+# a debug session shows the link's transitions, with an event deferred and recalled, and jobs queue and are cancelled
+"$@" --loop mgmt --stderr <"$dir/in" >"$dir/out" 2>&1 &
+daemon=$!
+exec 3>"$dir/in"
+printf 'debug 92 0 1 me debug 1\ndebug job me 7 9\ndebug cli me debug 1\ndebug nothing me debug 1\n' >&3
+await '^cli has no monitor'
+printf 'monitors\nlink up\nlink down\n' >&3
+await "Handling recalled event 'down' in state 'up'"
+await "Transition 'active' -> 'down'"
+printf 'job long 60000\n' >&3
+await '^job 1 runs on thread Jobs: long'
+printf 'job a b 1\ncancel-job 2\ncancel-job 9\njobs\n' >&3
+await '^history:'
+printf 'cancel-job 1\nnodebug me\nnodebug me\n' >&3
+await '^there is no session me'
+exec 3>&-
+wait $daemon || fail "debug: status $?"
+expect debug '^ethernet:0/1 lets debug lines up to level 1 pass' '^debug: there is no such monitor' \
+    '^  8  job  *level 3, me (debug, 3)' "# \[link 1\] > SM   : Deferring event 'down' in state 'connecting'" \
+    '^job 2 is cancelled, status 1300000f' '^  Jobs  *2  *0  *1  *0  *0  *0$' '^  executing  job 1, 60000 ms: long' \
+    '^no job 9' '^job 1: FUNCTION EXECUTION CANNOT BE CANCELLED' '^job 1 is cancelled, status 00000000'
+
 # the reports show a blocked loop and a contended lock while they last; SIGTERM cuts both short, a second one does no harm
 "$@" --loop config <"$dir/in" >"$dir/out" 2>&1 &
 daemon=$!

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "command_group.h"
+
+#include <map>
+
+/// Jobs on an executor with a thread of its own, and the report on all executors, futures and past jobs.
+class JobCommands : public CommandGroup
+{
+public:
+    explicit JobCommands(Console& console);
+
+    void end() override;
+
+private:
+    class PausingJob;
+
+    void jobs(Command const& command, String const& arguments);
+    void job(Command const& command, String const& arguments);
+    void cancelJob(Command const& command, String const& arguments);
+
+    void onEnd(unsigned int number, XCode const& code);
+    ZKPtr<ZK::IFuture> futureOf(unsigned int number) const;
+
+    ZKSemaphore m_ending;    // cuts the job in progress short
+    mutable ZKMutex m_mutex; // guards m_futures
+    std::map<unsigned int, ZKPtr<ZK::IFuture>> m_futures;
+    unsigned int m_lastNumber = 0; // belongs to the console's loop
+    ZKPtr<ZK::IExecutor> m_executor;
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "command_group.h"
+#include "link_machine.h"
+
+#include <memory>
+
+/// A link on the chosen loop, whose transitions show in the system log once its monitor is enabled.
+class LinkCommands : public CommandGroup
+{
+public:
+    LinkCommands(Console& console, ZKEventLoop& loop);
+    ~LinkCommands() override;
+
+    void end() override;
+
+private:
+    void link(Command const& command, String const& arguments);
+
+    ZKEventLoop& m_loop;
+    std::unique_ptr<LinkMachine> m_machine;
+};
