@@ -1,0 +1,227 @@
+#include "zekovar/regex/closure_matcher.h"
+
+#include "zekovar/regex/leaf_step.h"
+
+#include <algorithm>
+
+using namespace ZK::Detail;
+
+namespace
+{
+
+// A required iteration that consumes nothing can be repeated at will, so where more than this many are still required
+// none is: they would only deepen the stack.
+constexpr unsigned MOST_EMPTY_ITERATIONS = 16;
+
+bool isSingleByte(RE_Matcher const& node)
+{
+    return node.kind() == RE_Matcher::Kind::SET || node.kind() == RE_Matcher::Kind::ANY ||
+           (node.kind() == RE_Matcher::Kind::LITERAL &&
+            static_cast<RE_CharMatcher const&>(node).literal().length() == 1);
+}
+
+template <class Accepts>
+int countWhile(RE_MatchContext const& context, RE_MatchParameters const& parameters, int limit, Accepts const& accepts)
+{
+    unsigned char const* const bytes = parameters.bytes + context.position;
+    int count = 0;
+    if (context.isBackward())
+    {
+        while (count < limit && accepts(bytes[-1 - count]))
+            count++;
+    }
+    else
+    {
+        while (count < limit && accepts(bytes[count]))
+            count++;
+    }
+    return count;
+}
+
+// A look at the next byte spares most calls of a continuation that would fail there.
+bool canGoOn(RE_MatchContext const& context, RE_MatchParameters const& parameters, RE_Continuation const& next)
+{
+    constexpr unsigned BLURRING = RE_FLAG_IGNORE_CASE | RE_FLAG_BACKWARD | RE_FLAG_PARTIAL;
+    if (next.nextByte() < 0 || (context.flags & BLURRING) != 0)
+        return true;
+    return context.position < parameters.length && parameters.bytes[context.position] == next.nextByte();
+}
+}
+
+class RE_ClosureMatcher::Continuation final : public RE_Continuation
+{
+public:
+    Continuation(RE_ClosureMatcher const& matcher, RE_Continuation const& next, int start, unsigned min, unsigned max)
+        : m_matcher(matcher), m_next(next), m_start(start), m_min(min), m_max(max)
+    {
+    }
+
+    XCode continueMatch(RE_MatchContext& context, RE_MatchParameters& parameters) const override
+    {
+        bool const empty = context.position == m_start;
+        if (m_min == 0 && empty)
+            return XCODE_FAILURE;
+        unsigned min = m_min > 0 ? m_min - 1 : 0;
+        if (empty && min > MOST_EMPTY_ITERATIONS)
+            min = 0;
+        return m_matcher.match(context, parameters, m_next, min, m_max == UNLIMITED ? m_max : m_max - 1);
+    }
+
+private:
+    RE_ClosureMatcher const& m_matcher;
+    RE_Continuation const& m_next;
+    int m_start;
+    unsigned m_min;
+    unsigned m_max;
+};
+
+RE_ClosureMatcher::RE_ClosureMatcher(ZKPtr<RE_Matcher> body, unsigned min, unsigned max, bool greedy,
+                                     unsigned firstCapture, unsigned lastCapture)
+    : RE_Matcher(Kind::CLOSURE, body.get()->readsCaptures()),
+      m_body(std::move(body)),
+      m_min(min),
+      m_max(max),
+      m_greedy(greedy),
+      m_firstCapture(firstCapture),
+      m_lastCapture(lastCapture),
+      m_isRun(isSingleByte(*m_body) && firstCapture >= lastCapture)
+{
+}
+
+XCode RE_ClosureMatcher::match(RE_MatchContext& context, RE_MatchParameters& parameters,
+                               RE_Continuation const& next) const
+{
+    return m_isRun ? matchRun(context, parameters, next) : match(context, parameters, next, m_min, m_max);
+}
+
+XCode RE_ClosureMatcher::match(RE_MatchContext& context, RE_MatchParameters& parameters, RE_Continuation const& next,
+                               unsigned min, unsigned max) const
+{
+    if (max == 0)
+        return next.continueMatch(context, parameters);
+    if (min != 0)
+        return matchBody(context, parameters, next, min, max);
+
+    RE_MatchContext::Choice const choice = context.save();
+    XCode code = m_greedy ? matchBody(context, parameters, next, 0, max) : next.continueMatch(context, parameters);
+    if (code.isSuccess())
+        return code;
+    context.restore(choice);
+    return m_greedy ? next.continueMatch(context, parameters) : matchBody(context, parameters, next, 0, max);
+}
+
+XCode RE_ClosureMatcher::matchBody(RE_MatchContext& context, RE_MatchParameters& parameters,
+                                   RE_Continuation const& next, unsigned min, unsigned max) const
+{
+    context.unsetCaptures(m_firstCapture, m_lastCapture);
+    Continuation const again(*this, next, context.position, min, max);
+    return m_body.get()->match(context, parameters, again);
+}
+
+unsigned char RE_ClosureMatcher::runWeight() const
+{
+    switch (m_body.get()->kind())
+    {
+    case Kind::SET:
+        return static_cast<RE_CharSetMatcher const*>(m_body.get())->weight();
+    case Kind::ANY:
+        return 1;
+    default:
+        return 255;
+    }
+}
+
+int RE_ClosureMatcher::runLength(RE_MatchContext const& context, RE_MatchParameters const& parameters, int limit) const
+{
+    bool const ignoreCase = (context.flags & RE_FLAG_IGNORE_CASE) != 0;
+    switch (m_body.get()->kind())
+    {
+    case Kind::ANY:
+        if ((context.flags & RE_FLAG_DOT_NOT_NEWLINE) == 0)
+            return limit;
+        return countWhile(context, parameters, limit, [](unsigned char byte) { return byte != '\n' && byte != '\r'; });
+    case Kind::SET:
+    {
+        RE_AcceptanceSet const& set = static_cast<RE_CharSetMatcher const*>(m_body.get())->set();
+        if (ignoreCase)
+            return countWhile(context, parameters, limit,
+                              [&set](unsigned char byte) { return allowsIgnoringCase(set, byte); });
+        return countWhile(context, parameters, limit, [&set](unsigned char byte) { return set.isCharAllowed(byte); });
+    }
+    default:
+    {
+        auto const wanted = static_cast<unsigned char>(static_cast<RE_CharMatcher const*>(m_body.get())->literal()[0]);
+        if (ignoreCase)
+            return countWhile(context, parameters, limit,
+                              [wanted](unsigned char byte) { return sameIgnoringCase(byte, wanted); });
+        return countWhile(context, parameters, limit, [wanted](unsigned char byte) { return byte == wanted; });
+    }
+    }
+}
+
+XCode RE_ClosureMatcher::matchRun(RE_MatchContext& context, RE_MatchParameters& parameters,
+                                  RE_Continuation const& next) const
+{
+    int const left = context.isBackward() ? context.position : parameters.length - context.position;
+    auto const required = std::min(m_min, m_max);
+    auto const wanted = std::min(m_greedy ? m_max : required, static_cast<unsigned>(left));
+    auto const length = static_cast<unsigned>(runLength(context, parameters, static_cast<int>(wanted)));
+    if (context.isBackward())
+    {
+        context.position -= static_cast<int>(length);
+    }
+    else
+    {
+        context.weigh(static_cast<int>(length), runWeight());
+        context.position += static_cast<int>(length);
+    }
+
+    bool const triesOneMore = m_greedy ? length < m_max : length < required;
+    if (triesOneMore && length == static_cast<unsigned>(left) && context.isPartial())
+        return XCODE_SUCCESS;
+    if (length < required)
+        return XCODE_FAILURE;
+    return m_greedy ? shortenRun(length - required, context, parameters, next)
+                    : extendRun(m_max - required, context, parameters, next);
+}
+
+// Every length is a choice of its own; returning to it takes no more than its position.
+XCode RE_ClosureMatcher::shortenRun(unsigned most, RE_MatchContext& context, RE_MatchParameters& parameters,
+                                    RE_Continuation const& next) const
+{
+    int const step = context.isBackward() ? -1 : 1;
+    RE_MatchContext::Choice choice = context.save();
+    for (;; most--, choice.position -= step)
+    {
+        context.restore(choice);
+        if (canGoOn(context, parameters, next))
+        {
+            XCode code = next.continueMatch(context, parameters);
+            if (code.isSuccess())
+                return code;
+        }
+        if (most == 0)
+            return XCODE_FAILURE;
+    }
+}
+
+XCode RE_ClosureMatcher::extendRun(unsigned most, RE_MatchContext& context, RE_MatchParameters& parameters,
+                                   RE_Continuation const& next) const
+{
+    for (;; most--)
+    {
+        if (canGoOn(context, parameters, next))
+        {
+            RE_MatchContext::Choice const choice = context.save();
+            XCode code = next.continueMatch(context, parameters);
+            if (code.isSuccess())
+                return code;
+            context.restore(choice);
+        }
+        if (most == 0)
+            return XCODE_FAILURE;
+        RegexStep const step = stepLeaf(*m_body, context, parameters);
+        if (step != RegexStep::MATCHED)
+            return step == RegexStep::RAN_OUT ? XCODE_SUCCESS : XCODE_FAILURE;
+    }
+}
