@@ -77,8 +77,8 @@ std::vector<Text> manyTexts()
         add(random() % 10, 500);
     for (int i = 0; i < 100; i++)
         add(random() % 3000, 5);
-    add(256, 0);
-    add(257, 0);
+    for (std::size_t length = 2046; length < 2050; length++)
+        add(length, 0);
     add(100 * 1024, 0);
     add(100 * 1024, 2);
     texts.push_back({std::string(887, 'x'), "a prefix that leaves no room\nis no reason to cut"});

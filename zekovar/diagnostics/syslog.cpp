@@ -63,7 +63,8 @@ public:
     char* text() { return m_long != nullptr ? m_long.get() : m_short; }
 
 private:
-    static constexpr int SHORT_LENGTH = 256;
+    // The C library needs longer to measure what doesn't fit than to format it, so nearly everything should.
+    static constexpr int SHORT_LENGTH = 2047;
     static constexpr char NULL_FORMAT[] = "VSYSLOG: NULL FORMAT; DID YOU CHANGE FROM RTD_DEBUG() to RTD::XYZ() AND "
                                           "FORGOT TO REMOVE THE DETAIL LEVEL ARGUMENT?";
 
@@ -88,6 +89,37 @@ private:
 
     char m_short[SHORT_LENGTH + 1];
     std::unique_ptr<char[]> m_long;
+};
+
+/// The breaks of a text, in their order. However many lines there are, each character is looked at three times.
+class Breaks
+{
+public:
+    explicit Breaks(char* text)
+        : m_end(text + std::strlen(text)), m_lineFeed(find(text, '\n')), m_carriageReturn(find(text, '\r'))
+    {
+    }
+
+    /// The first break at or behind `line`, or the end of the text. `line` only moves on.
+    char* behind(char* line)
+    {
+        if (m_lineFeed < line)
+            m_lineFeed = find(line, '\n');
+        if (m_carriageReturn < line)
+            m_carriageReturn = find(line, '\r');
+        return std::min(m_lineFeed, m_carriageReturn);
+    }
+
+private:
+    char* find(char* from, char character) const
+    {
+        void* const found = std::memchr(from, character, static_cast<std::size_t>(m_end - from));
+        return found != nullptr ? static_cast<char*>(found) : m_end;
+    }
+
+    char* m_end;
+    char* m_lineFeed;
+    char* m_carriageReturn;
 };
 
 /// Writes what doesn't fit the budget of the line at `line`, which has `length` characters. Returns where the rest of
@@ -178,11 +210,11 @@ void VSYSLOG_PREFIX(String const& prompt, int severity, String const& extra, cha
         return;
     String prefix;
     BUILD_LOG_PREFIX(prefix, prompt, severity, extra);
+    Breaks breaks(line);
     while (*line != '\0')
     {
-        std::size_t const length = std::strcspn(line, "\r\n");
-        char* next = line + length;
-        line = writeCutLines(severity, prefix, line, length);
+        char* next = breaks.behind(line);
+        line = writeCutLines(severity, prefix, line, static_cast<std::size_t>(next - line));
         if (char const end = std::exchange(*next, '\0'); end != '\0')
         {
             ++next;

@@ -51,10 +51,10 @@ String& BUILD_LOG_FILTER_NAME(String& out, String const& name, unsigned slot, un
 /// Each line of the text becomes one of the log with the whole prefix; a line feed, a carriage return and the pair of
 /// both, in either order, end a line. One that is longer than 900 characters with its prefix is cut there, marked with
 /// "<CONTINUED>" and continued in the next. A text that is empty or can't be formatted gives no line, a null `format`
-/// one that tells the mistake. A zero byte ends the text. If memory is out the first 256 characters are written.
+/// one that tells the mistake. A zero byte ends the text. If memory is out the first 2047 characters are written.
 ///
-/// Blocks as `syslog` does, and is a cancellation point as that is; `errno` stays as it was. A text of up to 256
-/// characters needs no memory. Lines of one text may interleave with those of another thread.
+/// Blocks as `syslog` does, and is a cancellation point as that is; `errno` stays as it was. A text of up to
+/// 2047 characters is formatted on the stack. Lines of one text may interleave with those of another thread.
 void VSYSLOG_PREFIX(String const& prompt, int severity, String const& extra, char const* format, std::va_list arguments)
     __attribute__((format(printf, 4, 0)));
 
