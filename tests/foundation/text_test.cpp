@@ -11,161 +11,104 @@ namespace
 {
 constexpr unsigned int FAILURE = 0x7fffffff;
 
-/// The text, or "null".
-String printed(int value, unsigned int base)
+/// The number in base 2, 8, 10 and 16; "null" where there is no text.
+String printed(int value)
 {
-    char buffer[34];
-    char const* const text = i32toa(value, buffer, base);
-    return text != nullptr ? text : "null";
+    char room[34];
+    String texts;
+    for (unsigned int base : {2, 8, 10, 16})
+        texts.concatf("%s ", i32toa(value, room, base) != nullptr ? room : "null");
+    return texts;
+}
+
+/// The number that is read, and whether it passes as a valid one.
+String read(char const* text)
+{
+    unsigned int code = 1;
+    int const value = validValueOf32(&code, text);
+    return String::stringOfFormat("%d %s", value, code == 0 ? "valid" : code == FAILURE ? "invalid" : "?");
+}
+
+void expectAll(unsigned int (*check)(char const*), unsigned int result, std::initializer_list<char const*> texts)
+{
+    for (char const* text : texts)
+        EXPECT_EQ(check(text), result) << (text != nullptr ? text : "null");
 }
 }
 
 TEST(Text, NumbersCarryTheirBaseBehindThem)
 {
-    struct
-    {
-        int value;
-        char const* binary;
-        char const* octal;
-        char const* decimal;
-        char const* hexadecimal;
-    } const cases[] = {{0, "0b", "0o", "0", "0h"},
-                       {255, "11111111b", "377o", "255", "FFh"},
-                       {-5, "11111111111111111111111111111011b", "null", "-5", "null"},
-                       {INT_MIN, "10000000000000000000000000000000b", "null", "-2147483648", "null"}};
-
-    for (auto const& each : cases)
-    {
-        EXPECT_EQ(printed(each.value, 2), each.binary);
-        EXPECT_EQ(printed(each.value, 8), each.octal);
-        EXPECT_EQ(printed(each.value, 10), each.decimal);
-        EXPECT_EQ(printed(each.value, 16), each.hexadecimal);
-        EXPECT_EQ(valueOf32(each.binary), each.value);
-        EXPECT_EQ(valueOf32(each.decimal), each.value);
-    }
-    EXPECT_EQ(printed(5, 3), "null");
-    char buffer[66];
-    EXPECT_STREQ(i16toa(SHRT_MIN, buffer, 10), "-32768");
-    EXPECT_STREQ(i16toa(-1, buffer, 2), "1111111111111111b");
-    EXPECT_EQ(u_valueOf64(u_i64toa(ULLONG_MAX - 1, buffer, 2)), ULLONG_MAX - 1);
-    EXPECT_EQ(u_i32toa(5, nullptr, 10), nullptr);
+    EXPECT_EQ(printed(0), "0b 0o 0 0h ");
+    EXPECT_EQ(printed(255), "11111111b 377o 255 FFh ");
+    EXPECT_EQ(printed(-5), "11111111111111111111111111111011b null -5 null ");
+    EXPECT_EQ(printed(INT_MIN), "10000000000000000000000000000000b null -2147483648 null ");
+    char room[66];
+    EXPECT_STREQ(i16toa(SHRT_MIN, room, 10), "-32768");
+    EXPECT_STREQ(i16toa(-1, room, 2), "1111111111111111b");
+    EXPECT_EQ(u_valueOf64(u_i64toa(ULLONG_MAX - 1, room, 2)), ULLONG_MAX - 1);
+    EXPECT_TRUE(u_i32toa(5, nullptr, 10) == nullptr && u_i32toa(5, room, 3) == nullptr && reverse(nullptr) == nullptr);
 }
 
 TEST(Text, NumbersAreReadByTheirMarkerAndChecked)
 {
-    struct
-    {
-        char const* text;
-        int value;
-        bool isValid;
-    } const cases[] = {{"11b", 3, false},       {"FFh", 255, false},
-                       {"-1fx", -31, false},    {"17o", 15, false},
-                       {"12k", 12, false},      {"-10", -10, true},
-                       {"007", 7, false},       {"", 0, false},
-                       {nullptr, 0, false},     {"-", 0, false},
-                       {"b", 0, false},         {"2147483647", INT_MAX, true},
-                       {"-0", 0, false},        {"-2147483648", INT_MIN, true},
-                       {"4294967296", 0, false}};
-
-    for (auto const& each : cases)
-    {
-        unsigned int code = 1;
-        EXPECT_EQ(validValueOf32(&code, each.text), each.value) << (each.text != nullptr ? each.text : "null");
-        EXPECT_EQ(code, each.isValid ? 0 : FAILURE) << (each.text != nullptr ? each.text : "null");
-    }
+    EXPECT_EQ(listed(read("11b"), read("17o"), read("FFh"), read("-1fx"), read("12k"), read("007")),
+              "3 invalid|15 invalid|255 invalid|-31 invalid|12 invalid|7 invalid");
+    EXPECT_EQ(listed(read(""), read(nullptr), read("-"), read("-b"), read("-0"), read("4294967296")),
+              "0 invalid|0 invalid|0 invalid|0 invalid|0 invalid|0 invalid");
+    EXPECT_EQ(listed(read("-10"), read("2147483647"), read("-2147483648")),
+              "-10 valid|2147483647 valid|-2147483648 valid");
+    EXPECT_EQ(valueOf32("11111111111111111111111111111011b"), -5);
     unsigned int code = 1;
-    EXPECT_EQ(validValueOf16(&code, "65535"), -1);
-    EXPECT_EQ(code, FAILURE);
-    EXPECT_EQ(u_validRangeValueOf16(&code, "65535", 0, 65535), 65535);
-    EXPECT_EQ(code, 0u);
-    EXPECT_EQ(validRangeValueOf32(&code, "-7", -6, 6), -7);
-    EXPECT_EQ(code, FAILURE);
-    EXPECT_EQ(validRangeValueOf32(nullptr, "5", 0, 9), 0);
-    EXPECT_EQ(u_validValueOf32(nullptr, "4294967295"), UINT_MAX);
+    EXPECT_TRUE(validValueOf16(&code, "65535") == -1 && code == FAILURE);
+    EXPECT_TRUE(u_validRangeValueOf16(&code, "65535", 0, 65535) == 65535 && code == 0);
+    EXPECT_TRUE(validRangeValueOf32(&code, "-7", -6, 6) == -7 && code == FAILURE);
+    EXPECT_TRUE(validRangeValueOf32(nullptr, "5", 0, 9) == 0 && u_validValueOf32(nullptr, "4294967295") == UINT_MAX);
 }
 
 TEST(Text, WordsFillExactlyTheRoomThatWasAskedFor)
 {
-    unsigned int const data[] = {0x01AB, 0xFFFFFFFF, 3};
-
-    struct
+    auto const dump = [](int size, int bytesPerLine)
     {
-        int size;
-        int bytesPerLine;
-        char const* text;
-    } const cases[] = {{8, 8, "0x000001AB 0xFFFFFFFF \n\n"},
-                       {12, 8, "0x000001AB 0xFFFFFFFF \n0x00000003 \n"},
-                       {7, 0, "0x000001AB \n\n"},
-                       {3, 16, ""}};
-
-    for (auto const& each : cases)
-    {
-        std::string room(static_cast<std::size_t>(nbrOfChars_forDataChunk2String(each.size, each.bytesPerLine)), '#');
-        dataChunk2String(data, room.data(), static_cast<unsigned int>(each.size), each.bytesPerLine);
-        EXPECT_STREQ(room.c_str(), each.text);
-        EXPECT_LE(std::strlen(each.text) + 1, room.size());
-    }
+        unsigned int const data[] = {0x01AB, 0xFFFFFFFF, 3};
+        std::string room(static_cast<std::size_t>(nbrOfChars_forDataChunk2String(size, bytesPerLine)), '#');
+        dataChunk2String(data, room.data(), static_cast<unsigned int>(size), bytesPerLine);
+        EXPECT_LT(room.find('\0'), room.size());
+        return String(room.c_str());
+    };
+    EXPECT_EQ(dump(8, 8), "0x000001AB 0xFFFFFFFF \n\n");
+    EXPECT_EQ(dump(12, 8), "0x000001AB 0xFFFFFFFF \n0x00000003 \n");
+    EXPECT_EQ(dump(11, 7), "0x000001AB \n0xFFFFFFFF \n\n");
+    EXPECT_EQ(dump(3, 0), "");
     EXPECT_EQ(nbrOfChars_forDataChunk2String(INT_MAX, 4), 0);
-}
-
-TEST(Text, PowersOfTwoAreRoundedUpTo)
-{
     static_assert(nextHigherPowerOf2(0) == 1 && nextHigherPowerOf2(5) == 8 && nextHigherPowerOf2(8) == 8);
     static_assert(nextHigherPowerOf2(0x80000000) == 0x80000000 && nextHigherPowerOf2(0x80000001) == 0);
 }
 
 TEST(TextCheck, TellsWhatPasses)
 {
-    struct
-    {
-        unsigned int (*check)(char const*);
-        char const* text;
-        bool passes;
-    } const cases[] = {{e164Number, "", true},
-                       {e164Number, "0911#*?AZ", true},
-                       {e164Number, "12a", false},
-                       {e164Number, nullptr, false},
-                       {validateTimeString, "2024-99-99T23:59:59", true},
-                       {validateTimeString, "2024-01-01 12:00:00", false},
-                       {validateTimeString, "2024-01-01T24:00:00", false},
-                       {validateTime, " 23: 59:59 behind", true},
-                       {validateTime, "23 :59:59", false},
-                       {validateTime, "23:60:00", false},
-                       {validateTime, "23:59:99999999999999999999", false},
-                       {validateTime, "", false},
-                       {validateDate, "2035-12-31", true},
-                       {validateDate, "1998-12-31", false},
-                       {validateDate, "2000-0-1", false},
-                       {validateDate, "2000-1-4294967297", false}};
-
-    for (auto const& each : cases)
-        EXPECT_EQ(each.check(each.text), each.passes ? 0 : FAILURE) << (each.text != nullptr ? each.text : "null");
+    expectAll(e164Number, 0, {"", "0911#*?AZ"});
+    expectAll(e164Number, FAILURE, {"12a", nullptr});
+    expectAll(validateTimeString, 0, {"2024-99-99T23:59:59", "1-1--1T0:0:0 behind"});
+    expectAll(validateTimeString, FAILURE, {"2024-01-01 12:00:00", "2024-01-01T24:00:00", "2024-01-01T12:00", nullptr});
+    expectAll(validateTime, 0, {" 23: 59:59"});
+    expectAll(validateTime, FAILURE, {"23 :59:59", "23:60:00", "23:59:99999999999999999999", ""});
+    expectAll(validateDate, 0, {"2035-12-31", "1999-2-31"});
+    expectAll(validateDate, FAILURE, {"1998-12-31", "2036-1-1", "2000-0-1", "2000-1-4294967297"});
 
     unsigned int address = 7;
-    EXPECT_EQ(convIPStr2IPUl("10.0.0", address), FAILURE);
-    EXPECT_EQ(address, 7u);
-    EXPECT_EQ(convIPStr2IPUl("192.168.1.300", address), 0u);
-    EXPECT_EQ(address, 0xC0A8012Cu);
+    EXPECT_TRUE(convIPStr2IPUl("10.0.0", address) == FAILURE && address == 7);
+    EXPECT_TRUE(convIPStr2IPUl("192.168.1.44", address) == 0 && address == 0xC0A8012C);
     char text[16];
-    convIPUL2IPStr(0xFFFEFDFC, text);
-    EXPECT_STREQ(text, "255.254.253.252");
+    EXPECT_TRUE(convIPUL2IPStr(0xFFFEFDFC, text) == 0 && String(text) == "255.254.253.252");
 }
 
 TEST(ReportText, ShapesLines)
 {
-    EXPECT_STREQ(SPACES(3), "   ");
-    EXPECT_EQ(std::strlen(SPACES(0xFFFFFFFF)), 250u);
-    EXPECT_EQ(std::strlen(STARS(253)), 252u);
-    EXPECT_EQ(INDENT("a\n\nb\nc", 2, false), "  a\n\n  b\n  c");
-    EXPECT_EQ(INDENT("a\nb\n", 1, true), "a\n b\n");
-
-    struct
-    {
-        unsigned int value;
-        char const* text;
-    } const cases[] = {{0, "0"},     {1, "1st"},   {3, "3rd"},   {4, "4th"},     {11, "11th"},
-                       {20, "20th"}, {21, "21nd"}, {31, "31rd"}, {101, "101st"}, {4000000000, "4000000000th"}};
-
-    for (auto const& each : cases)
-        EXPECT_EQ(ORDINAL_NUMBER(each.value), each.text);
+    EXPECT_EQ(listed(SPACES(3), LINES(2), DOUBLE_LINES(1), STARS(0)), "   |--|=|");
+    EXPECT_TRUE(std::strlen(SPACES(0xFFFFFFFF)) == 250 && std::strlen(STARS(253)) == 252);
+    EXPECT_EQ(listed(INDENT("a\n\nb\nc", 2, false), INDENT("a\nb\n", 1, true)), "  a\n\n  b\n  c|a\n b\n");
+    String ordinals;
+    for (unsigned int value : {0, 1, 3, 4, 10, 12, 20, 21, 31, 101})
+        ordinals.concat(ORDINAL_NUMBER(value)).concat(" ");
+    EXPECT_EQ(ordinals, "0 1st 3rd 4th 10th 12th 20th 21nd 31rd 101st ");
 }
