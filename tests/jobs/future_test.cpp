@@ -98,26 +98,26 @@ TEST_F(FutureTest, ObserversHearOfEachEndInOrderAndWithoutTheLock)
 {
     ZK::Future<String> future = invoke();
     std::vector<String> calls;
+    auto const onResult = [&](XCode code, String text) { calls.push_back(listed(code.getRawValue(), text)); };
     auto const onEnd = [&](XCode code)
     {
-        std::thread([&] { future->getExecutor(); }).join(); // needs the lock
         calls.push_back(code.toString());
+        // needs the lock, and comes after the end
+        std::thread([&] { future.setResultObserver(onResult); }).join();
     };
-    auto const completion = ZK::bindArgs(ZK::directCall(), onEnd, _1);
-    auto const result = [&](XCode code, String text) { calls.push_back(listed(code.getRawValue(), text)); };
     ZKPtr<ZK::IFutureResult<String>> typed;
     ASSERT_TRUE(future->queryIf(typed));
     typed->set("forty-two");
     future.setResultObserver([&](XCode, String) { calls.push_back("replaced"); });
-    future.setResultObserver(result);
-    future->setCompletionObserver(completion);
+    future.setResultObserver([&](XCode, String) { calls.push_back("early"); });
+    future->setCompletionObserver(ZK::bindArgs(ZK::directCall(), onEnd, _1));
     future->execute();
     future->done(XCODE_SUCCESS);
-    EXPECT_EQ(calls, (std::vector<String>{"", "0|forty-two"}));
+    EXPECT_EQ(calls, (std::vector<String>{"", "0|forty-two", "early"}));
 
-    future->setCompletionObserver(completion);
-    future.setResultObserver(result);
-    EXPECT_EQ(calls.size(), 4u) << "at once on a completed future";
+    future->setCompletionObserver(ZK::bindArgs(
+        ZK::directCall(), [&](XCode) { calls.push_back("at once"); }, _1));
+    EXPECT_EQ(calls.back(), "at once");
     future->done(XCode(XCODE_LIBRARY + 1u));
     EXPECT_EQ(calls.back(), listed(XCODE_LIBRARY + 1, "forty-two")) << "a second end changes the status";
     String text = "kept";
@@ -133,14 +133,13 @@ TEST_F(FutureTest, RacingEndsWakeAllWaitersAndReachEachObserverOnce)
     {
         int const cancels = round % 2; // an end of its own if it comes before the job's
         ZK::Future<String> future = invoke();
-        future->execute();
         std::atomic<int> completions = 0;
         std::atomic<int> results = 0;
         auto const count = [&](XCode) { completions++; };
         std::function<void()> const actions[] = {
             [&] { EXPECT_NE(future->waitForCompletion(), ZK::CFuture::NO_RESULT); },
             [&] { EXPECT_NE(future->waitForCompletion(), ZK::CFuture::NO_RESULT); },
-            [&] { future->done(XCODE_SUCCESS); },
+            [&] { future->execute(), future->done(XCODE_SUCCESS); },
             [&] { future->setCompletionObserver(ZK::bindArgs(ZK::directCall(), count, _1)); },
             [&] { future.setResultObserver([&](XCode, String) { results++; }); },
             [&] { cancels != 0 ? future->cancel(9) : XCode(); },
