@@ -3,11 +3,13 @@
 // Every public header of the library. A daemon that cares for its build time includes just those that it needs.
 
 #include "zekovar/crypto/crc32.h"
+#include "zekovar/crypto/crypto_utilities.h"
 #include "zekovar/crypto/des.h"
 #include "zekovar/crypto/encryption.h"
 #include "zekovar/crypto/hash.h"
 #include "zekovar/crypto/hmac.h"
 #include "zekovar/crypto/md5.h"
+#include "zekovar/crypto/password.h"
 #include "zekovar/crypto/sha1.h"
 #include "zekovar/crypto/sum_helper.h"
 

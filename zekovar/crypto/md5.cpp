@@ -124,32 +124,30 @@ unsigned int Md5HashContext::getCompleteHashLength() const
     return DIGEST_SIZE;
 }
 
-void Md5HashContext::finish(unsigned char (&digest)[DIGEST_SIZE])
+void Md5HashContext::finish(unsigned char* target, unsigned int size)
 {
     unsigned char bits[ZK::Detail::HASH_LENGTH_SIZE];
     ZK::Detail::storeLittle32(bits, m_bitCount[0]);
     ZK::Detail::storeLittle32(bits + 4, m_bitCount[1]);
     hash(ZK::Detail::HASH_PADDING, ZK::Detail::paddingLength(m_bitCount));
     hash(bits, sizeof(bits));
+
+    unsigned char digest[DIGEST_SIZE];
     for (int i = 0; i < 4; ++i)
         ZK::Detail::storeLittle32(digest + 4 * i, m_state[i]);
+    std::memcpy(target, digest, size);
+    ZK::Detail::wipeSecret(digest, sizeof(digest));
     destroy();
 }
 
 void Md5HashContext::getHash(unsigned char* digest)
 {
-    unsigned char whole[DIGEST_SIZE];
-    finish(whole);
-    std::memcpy(digest, whole, m_returnedLength);
-    ZK::Detail::wipeSecret(whole, sizeof(whole));
+    finish(digest, m_returnedLength);
 }
 
 void Md5HashContext::getCompleteHash(unsigned char* digest)
 {
-    unsigned char whole[DIGEST_SIZE];
-    finish(whole);
-    std::memcpy(digest, whole, sizeof(whole));
-    ZK::Detail::wipeSecret(whole, sizeof(whole));
+    finish(digest, DIGEST_SIZE);
 }
 
 XCode Md5HashContext::test()

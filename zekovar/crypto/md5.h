@@ -28,7 +28,7 @@ private:
     static constexpr unsigned int DIGEST_SIZE = 16;
 
     void wipe();
-    void finish(unsigned char (&digest)[DIGEST_SIZE]);
+    void finish(unsigned char* target, unsigned int size);
 
     uint32_t m_state[4];
     uint32_t m_bitCount[2]; // low word first

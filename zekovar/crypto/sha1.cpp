@@ -112,32 +112,30 @@ unsigned int Sha1HashContext::getCompleteHashLength() const
     return DIGEST_SIZE;
 }
 
-void Sha1HashContext::finish(unsigned char (&digest)[DIGEST_SIZE])
+void Sha1HashContext::finish(unsigned char* target, unsigned int size)
 {
     unsigned char bits[ZK::Detail::HASH_LENGTH_SIZE];
     ZK::Detail::storeBig32(bits, m_bitCount[1]);
     ZK::Detail::storeBig32(bits + 4, m_bitCount[0]);
     hash(ZK::Detail::HASH_PADDING, ZK::Detail::paddingLength(m_bitCount));
     hash(bits, sizeof(bits));
+
+    unsigned char digest[DIGEST_SIZE];
     for (int i = 0; i < 5; ++i)
         ZK::Detail::storeBig32(digest + 4 * i, m_state[i]);
+    std::memcpy(target, digest, size);
+    ZK::Detail::wipeSecret(digest, sizeof(digest));
     destroy();
 }
 
 void Sha1HashContext::getHash(unsigned char* digest)
 {
-    unsigned char whole[DIGEST_SIZE];
-    finish(whole);
-    std::memcpy(digest, whole, m_returnedLength);
-    ZK::Detail::wipeSecret(whole, sizeof(whole));
+    finish(digest, m_returnedLength);
 }
 
 void Sha1HashContext::getCompleteHash(unsigned char* digest)
 {
-    unsigned char whole[DIGEST_SIZE];
-    finish(whole);
-    std::memcpy(digest, whole, sizeof(whole));
-    ZK::Detail::wipeSecret(whole, sizeof(whole));
+    finish(digest, DIGEST_SIZE);
 }
 
 XCode Sha1HashContext::test()

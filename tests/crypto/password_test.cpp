@@ -1,0 +1,89 @@
+#include "zekovar/crypto/password.h"
+
+#include "tests/string_printer.h"
+#include "zekovar/crypto/crypto_utilities.h"
+#include "zekovar/foundation/base64.h"
+#include "zekovar/foundation/tstring.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <malloc.h>
+#include <new>
+#include <string>
+
+namespace
+{
+// What no freed array may hold.
+char const SECRET[] = "a secret that must not stay";
+bool s_secretStays = false;
+}
+
+void* operator new[](std::size_t size)
+{
+    if (void* const memory = std::malloc(size + (size == 0)))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete[](void* memory) noexcept
+{
+    if (memory != nullptr && ::memmem(memory, ::malloc_usable_size(memory), SECRET, sizeof(SECRET) - 1) != nullptr)
+        s_secretStays = true;
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept
+{
+    ::operator delete[](memory);
+}
+
+TEST(Password, IsReadBackAndDoesNotStayInMemory)
+{
+    std::string const text = SECRET + std::string(300, 'x');
+    for (int length : {0, 5, 6, 13, 14, 27, 255})
+    {
+        String const password(text.c_str(), 0, length);
+        String stored, out = "unset";
+        EXPECT_TRUE(encryptPassword(password, stored));
+        EXPECT_EQ(stored.length(), ((length + 10) / 8 * 8 + 2) / 3 * 4);
+        EXPECT_TRUE(decryptPassword(stored, out));
+        EXPECT_EQ(out, password);
+    }
+    EXPECT_FALSE(s_secretStays);
+    String stored;
+    encryptPassword("", stored);
+    EXPECT_EQ(stored, "AImt0pLMLxU=") << "what a device stored is readable ever after";
+}
+
+TEST(Password, WhatIsNoneLeavesTheResultAlone)
+{
+    TString<unsigned char> bytes;
+    String stored, out = "unset";
+    encryptPassword("thirteen char", stored);
+    Base64::decode(bytes, stored);
+    for (int size = 0; size < 16; ++size)
+    {
+        Base64::encode(bytes.data(), static_cast<unsigned int>(size), 0, stored);
+        EXPECT_EQ(decryptPassword(stored, out), XCODE_FAILURE) << size;
+    }
+    bytes.data()[15] ^= 1;
+    Base64::encode(stored, bytes, 0);
+    EXPECT_TRUE(decryptPassword(stored, out)) << "damage isn't reported";
+    EXPECT_EQ(out, "unset");
+}
+
+TEST(CryptoUtilities, HexadecimalDigitsBecomeBytesAndBack)
+{
+    CryptoUtilities utilities;
+    unsigned char bytes[4];
+    char text[9];
+    EXPECT_TRUE(utilities.parseHex2Char("00fFA57b", 8, bytes, 4));
+    EXPECT_TRUE(utilities.parseChar2Hex(bytes, 4, text, 9));
+    EXPECT_STREQ(text, "00ffa57b");
+    EXPECT_EQ(utilities.parseChar2Hex(bytes, 4, text, 8), XCODE_FAILURE);
+    EXPECT_EQ(utilities.parseHex2Char("00fFA57b", 8, bytes, 3), XCODE_FAILURE);
+    for (char const* bad : {"0g", " 1", "-1", "0x", "1", "123"})
+        EXPECT_EQ(utilities.parseHex2Char(bad, static_cast<int>(std::strlen(bad)), bytes, 4), XCODE_FAILURE) << bad;
+}
