@@ -2,6 +2,7 @@
 // are in flight and functions are destroyed. Each loop's data have no lock: they add up only if nobody touches them but
 // the loop's thread and whoever has stopped it.
 
+#include "tests/stress/stress.h"
 #include "zekovar/events/event_loop.h"
 #include "zekovar/events/event_sync.h"
 #include "zekovar/events/function.h"
@@ -12,7 +13,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <deque>
 #include <random>
 #include <thread>
@@ -22,14 +22,6 @@ namespace
 {
 constexpr unsigned int THREADS = 8;
 constexpr unsigned int LOOPS = 4;
-
-std::atomic<int> s_faults = 0;
-
-void require(bool holds, char const* what)
-{
-    if (!holds && s_faults.fetch_add(1) < 10)
-        std::fprintf(stderr, "broken: %s\n", what);
-}
 
 /// A loop with data of its own, which a timer visits too.
 struct Station
@@ -183,12 +175,5 @@ void run(int seconds)
 
 int main(int argc, char** argv)
 {
-    int const seconds = argc == 1 ? 1 : argc == 3 && String(argv[1]) == "--seconds" ? std::atoi(argv[2]) : 0;
-    if (seconds < 1)
-    {
-        std::fprintf(stderr, "usage: %s [--seconds N]\n", argv[0]);
-        return 2;
-    }
-    run(seconds);
-    return s_faults == 0 ? 0 : 1;
+    return stress(argc, argv, &run);
 }
