@@ -1,0 +1,218 @@
+#include "tests/captured_syslog.h"
+#include "tests/diagnostics/recorder.h"
+#include "tests/string_printer.h"
+#include "zekovar/diagnostics/log.h"
+#include "zekovar/diagnostics/system_monitor.h"
+#include "zekovar/threads/thread.h"
+
+#include <gtest/gtest.h>
+#include <tuple>
+#include <unistd.h>
+
+using RTD::NO_PORT;
+using RTD::NO_SLOT;
+using RTD::REPOSITORY;
+using Lines = std::vector<std::string>;
+
+namespace
+{
+class MonitorTest : public testing::Test
+{
+protected:
+    ZKPPtr<RTD::Monitor> add(RtdMonitorID id) { return repository->addMonitor(id, NO_SLOT, NO_PORT); }
+
+    ~MonitorTest() override
+    {
+        for (RtdMonitorID const id : {MON_NO, MON_SYSTEM, MON_TEST, MON_JOB, MON_DATABASE})
+        {
+            repository->setMinDebugLevel(id, -1);
+            repository->removeMonitor(REPOSITORY::GET_MONITOR(id).getObj());
+        }
+    }
+
+    ZKPPtr<REPOSITORY>& repository = REPOSITORY::_INSTANCE();
+};
+
+/// Returns how many arguments were evaluated.
+int writeEverywhere(RTD::Monitor* monitor)
+{
+    int evaluated = 0;
+    RTD_DEBUG(MON_TEST, 2, "id %d", ++evaluated);
+    RTD_DEBUG_MONITOR(monitor, 2, "pointer %d", ++evaluated);
+    RTD::error(MON_TEST, "error");
+    RTD::warning(monitor, "warning");
+    ZK::Detail::logToMonitor(MON_TEST, LOG_DEBUG, "debug");
+    ZK::Detail::logToSystemMonitor(LOG_CRIT, "system");
+    return evaluated;
+}
+}
+
+TEST(LogDeathTest, LinesAreSafeBeforeTheRepositoryExistsAndAfterItIsGone)
+{
+    auto const writeAlone = []
+    {
+        CapturedSyslog log;
+        if (writeEverywhere(nullptr) != 0 || ZKThread::GET_BY_NAME("Crit") != nullptr ||
+            log.lines() != Lines{"7 TEST       # debug\n", "2 SYSTEM     # system\n"})
+            _exit(2);
+    };
+    auto const live = [&]
+    {
+        writeAlone();
+        std::atexit(writeAlone); // runs when what is made from here on is gone
+        REPOSITORY::_INSTANCE()->addMonitor(MON_SYSTEM, NO_SLOT, NO_PORT);
+        REPOSITORY::_INSTANCE()->addMonitor(MON_TEST, NO_SLOT, NO_PORT)->setMinDebugLevel(9);
+        std::exit(0);
+    };
+    EXPECT_EXIT(live(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(MonitorTest, DebugLinesAreEvaluatedOnlyIfTheyPassAndOthersAlwaysGoOut)
+{
+    ZKPPtr<RTD::Monitor> monitor = add(MON_TEST);
+    for (int const level : {-1, 1, 2})
+    {
+        CapturedSyslog log;
+        monitor->addSession("s", 7, level);
+        monitor->setMinDebugLevel(level == 2 ? 2 : -1); // debug lines get severity 6
+        EXPECT_EQ(writeEverywhere(monitor.getObj()), level == 2 ? 2 : 0);
+        Lines expected = {"3 TEST       # error\n", "4 TEST       # warning\n",
+                          level == 2 ? "6 TEST       # debug\n" : "7 TEST       # debug\n", "2 SYSTEM     # system\n"};
+        if (level == 2)
+            expected.insert(expected.begin(), {"6 TEST       # id 1\n", "6 TEST       # pointer 2\n"});
+        EXPECT_EQ(log.lines(), expected);
+    }
+}
+
+TEST_F(MonitorTest, LevelFollowsSessionsMinimumAndCeiling)
+{
+    // minimum, requested level of a session and effective level with it
+    std::tuple<RtdMonitorID, int, int, int, char const*> const rows[] = {
+        {MON_NO, -1, 5, -1, "session 0 s 6 -1|gone 0 s"},
+        {MON_SYSTEM, -1, 5, 9, "1 level 9|session 1 s 6 -2|gone 1 s"},
+        {MON_JOB, -1, 5, 3, "session 8 s 6 3|8 level 3|8 level -1|gone 8 s"},
+        {MON_TEST, 2, 1, 2, "7 level 2|session 7 s 6 1|gone 7 s"},
+        {MON_DATABASE, 2, 5, 2, "9 level 2|session 9 s 6 1|gone 9 s"},
+    };
+    for (auto const& [id, minimum, requested, effective, heard] : rows)
+    {
+        repository->setMinDebugLevel(id, minimum);
+        ZKPPtr<RTD::Monitor> monitor = add(id);
+        Recorder recorder;
+        monitor->addObserver(&recorder);
+        monitor->addSession("s", 6, requested);
+        EXPECT_EQ(REPOSITORY::GET_MONITOR_IF_ENABLED_FOR_LOGGING(id, effective), monitor.getObj());
+        EXPECT_EQ(REPOSITORY::GET_MONITOR_IF_ENABLED_FOR_LOGGING(id, effective + 1), nullptr);
+        monitor->removeSession("s");
+        EXPECT_EQ(recorder.heard(), heard);
+        monitor->removeObserver(&recorder);
+    }
+}
+
+TEST_F(MonitorTest, ObserversAreBroughtUpToDateAndToldOfEachChange)
+{
+    ZKPPtr<RTD::Monitor> monitor = add(MON_JOB);
+    monitor->addSession("b", 7, 1);
+    monitor->addSession("a", 3, 2);
+    Recorder recorder;
+    RTD::Monitor::Delegate delegate(&recorder); // the first reference is never given back
+    monitor->addObserver(&delegate);
+    EXPECT_EQ(recorder.heard(), "session 8 b 7 1|session 8 a 3 2|8 level 2");
+    monitor->addObserver(&delegate);
+    recorder.heard();
+    monitor->removeObserver(&recorder); // was there twice
+    monitor->removeSession("unknown");
+    monitor->setMinDebugLevel(1);
+    monitor->setLevel("new", 7, 0);
+    monitor->setLevel("a", 7, 9);
+    EXPECT_EQ(recorder.heard(), "gone 8 unknown|session 8 new 7 1|8 level 1|gone 8 a|session 8 a 7 3|8 level 3");
+    delegate.stopNotifications();
+    monitor->removeSession("a");
+    EXPECT_EQ(recorder.heard(), "");
+    monitor->removeObserver(&delegate);
+}
+
+TEST_F(MonitorTest, RegistrationsAreCountedAndBadKeysRefused)
+{
+    RTD::Monitor* const monitor = add(MON_TEST).getObj();
+    EXPECT_EQ(add(MON_TEST), monitor);
+    repository->removeMonitor(monitor);
+    EXPECT_EQ(REPOSITORY::GET_MONITOR(MON_TEST), monitor);
+    repository->removeMonitor(monitor);
+    EXPECT_FALSE(REPOSITORY::GET_MONITOR(MON_TEST));
+    unsigned int const refused[][3] = {{184, 1, 1}, {0xFFFFFFFF, 1, 1}, {7, 255, 1}, {7, 1, 65535}};
+    for (auto const& [id, slot, port] : refused)
+        EXPECT_EQ(repository->addMonitor(static_cast<RtdMonitorID>(id), slot, port), nullptr);
+}
+
+TEST_F(MonitorTest, NewMonitorsTakeTheSessionsOfTheirBaseAndTheMinimumOfTheirIdAndTheObservers)
+{
+    add(MON_TEST)->addSession("cli", 7, 3);
+    Recorder recorder;
+    repository->addObserver(&recorder);
+    EXPECT_EQ(recorder.heard(), "+7|session 7 cli 7 3|7 level 3");
+    repository->setMinDebugLevel(MON_JOB, 2);
+    ZKPPtr<RTD::Monitor> const slot = repository->addMonitor(MON_TEST, 1, 2);
+    ZKPPtr<RTD::Monitor> const port = repository->addMonitor(MON_TEST, NO_SLOT, 2);
+    ZKPPtr<RTD::Monitor> const job = repository->addMonitor(MON_JOB, 1, 2);
+    EXPECT_EQ(job->getEffectiveDebugLevel(), 2);
+    EXPECT_TRUE(repository->enableMonitor(MON_JOB, 1, 2, "web", 5, 4)) << "the first number is dropped";
+    EXPECT_EQ(recorder.heard(), "+7|session 7 cli 7 3|7 level 3|+7|+8|session 8 web 4 1");
+    EXPECT_TRUE(repository->getMonitor("test", 1, 2) == slot && !repository->getMonitor("Test", 1, 2));
+    ZKVector<ZKPPtr<RTD::Monitor>> enabled;
+    EXPECT_EQ(repository->getEnabledMonitors("cli", enabled).size(), 2u) << "not the one without a slot";
+    EXPECT_TRUE(enabled[1] == slot && repository->disableMonitor("cli") && !repository->disableMonitor("cli"));
+    recorder.heard();
+    for (ZKPPtr<RTD::Monitor> const& monitor : {slot, port, job})
+        repository->removeMonitor(monitor.getObj());
+    slot->addSession("cli", 7, 0);
+    EXPECT_EQ(recorder.heard(), "-7|-7|-8") << "a removed monitor has lost its observers";
+    repository->removeObserver(&recorder);
+    repository->disableMonitor(MON_TEST, NO_SLOT, NO_PORT, "cli");
+    EXPECT_EQ(recorder.heard(), "");
+}
+
+TEST_F(MonitorTest, ObserversChangeEverythingInsideANotification)
+{
+    ZKPPtr<RTD::Monitor> monitor = add(MON_JOB);
+    Recorder last, victim, late;
+    Recorder first(
+        [&]
+        {
+            monitor->removeObserver(&first);
+            monitor->removeObserver(&victim);
+            monitor->addObserver(&late);
+            repository->removeMonitor(monitor.getObj());
+        });
+    for (Recorder* const observer : {&last, &victim, &first}) // the newest is told first
+        monitor->addObserver(observer);
+    monitor->addSession("s", 7, -1);
+    EXPECT_EQ(listed(first.heard(), victim.heard(), late.heard(), last.heard()),
+              "session 8 s 7 -1||session 8 s 7 -1|session 8 s 7 -1");
+
+    Recorder remover(
+        [&]
+        {
+            repository->removeObserver(&remover);
+            repository->addObserver(&late);
+            repository->removeMonitor(MON_TEST, 1, 1);
+        });
+    repository->addObserver(&remover);
+    EXPECT_EQ(repository->addMonitor(MON_TEST, 1, 1), nullptr) << "an observer has removed it";
+    EXPECT_EQ(listed(remover.heard(), late.heard()), "+7|+7|-7");
+    repository->removeObserver(&late);
+}
+
+TEST_F(MonitorTest, ContainerSortsByPriorityWithTheNewestFirst)
+{
+    String order;
+    Recorder recorders[] = {Recorder([&] { order += 'a'; }), Recorder([&] { order += 'b'; }),
+                            Recorder([&] { order += 'c'; })};
+    RTD::Monitor::Delegate delegates[] = {RTD::Monitor::Delegate(&recorders[0]), RTD::Monitor::Delegate(&recorders[1]),
+                                          RTD::Monitor::Delegate(&recorders[2])};
+    ObserverContainer<RTD::Monitor, RTD::Monitor::Observer> container;
+    for (unsigned int i = 0; i < 3; i++)
+        container.addObserver(&delegates[i], i != 1, false);
+    container.broadcastEvent(Recorder::Event(add(MON_TEST)), &RTD::Monitor::Observer::onMonitorAdded);
+    EXPECT_EQ(order, "bca");
+}
