@@ -3,6 +3,7 @@
 
 #include "tests/eventually.h"
 #include "tests/jobs/fake_job.h"
+#include "tests/stress/stress.h"
 #include "zekovar/events/event_loop.h"
 #include "zekovar/jobs/executor_event_loop.h"
 #include "zekovar/jobs/executor_immediate.h"
@@ -21,14 +22,6 @@ namespace
 {
 constexpr unsigned int INVOKERS = 4;
 constexpr unsigned int OWN_EXECUTOR = 64; // one job in so many runs on an executor that is dropped at once
-
-std::atomic<int> s_faults = 0;
-
-void require(bool holds, char const* what)
-{
-    if (!holds && s_faults.fetch_add(1) < 10)
-        std::fprintf(stderr, "broken: %s\n", what);
-}
 
 ZKPtr<ZK::IExecutor> thread(char const* name)
 {
@@ -152,12 +145,5 @@ private:
 
 int main(int argc, char** argv)
 {
-    int const jobs = argc == 1 ? 100000 : argc == 3 && String(argv[1]) == "--jobs" ? std::atoi(argv[2]) : 0;
-    if (jobs < 1)
-    {
-        std::fprintf(stderr, "usage: %s [--jobs N]\n", argv[0]);
-        return 2;
-    }
-    Stress().run(static_cast<unsigned int>(jobs));
-    return s_faults == 0 ? 0 : 1;
+    return stress(argc, argv, "--jobs", 100000, [](int jobs) { Stress().run(static_cast<unsigned int>(jobs)); });
 }

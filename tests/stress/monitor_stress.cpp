@@ -113,5 +113,5 @@ void run(int seconds)
 
 int main(int argc, char** argv)
 {
-    return stress(argc, argv, &run);
+    return stress(argc, argv, "--seconds", 1, &run);
 }

@@ -15,15 +15,16 @@ inline void require(bool holds, char const* what)
         std::fprintf(stderr, "broken: %s\n", what);
 }
 
-/// The body of `main`: calls `run` with the number of seconds, 1 unless --seconds says otherwise.
-inline int stress(int argc, char** argv, void (*run)(int seconds))
+/// The body of `main`: calls `run` with the number that `option` gives, or else with `number`.
+inline int stress(int argc, char** argv, char const* option, int number, void (*run)(int number))
 {
-    int const seconds = argc == 1 ? 1 : argc == 3 && String(argv[1]) == "--seconds" ? std::atoi(argv[2]) : 0;
-    if (seconds < 1)
+    if (argc > 1)
+        number = argc == 3 && String(argv[1]) == option ? std::atoi(argv[2]) : 0;
+    if (number < 1)
     {
-        std::fprintf(stderr, "usage: %s [--seconds N]\n", argv[0]);
+        std::fprintf(stderr, "usage: %s [%s N]\n", argv[0], option);
         return 2;
     }
-    run(seconds);
+    run(number);
     return s_faults == 0 ? 0 : 1;
 }
