@@ -42,6 +42,19 @@ String CommandLine::takeWord(String& text)
     return word;
 }
 
+String CommandLine::takeArgument(String& text)
+{
+    int const end = !text.isEmpty() && text[0] == '"' ? text.indexOf('"', 1) : -1;
+    if (end < 0)
+    {
+        return takeWord(text);
+    }
+    String const argument = text.substring(1, end);
+    text = text.substring(end + 1);
+    text.leftTrim(&isspace);
+    return argument;
+}
+
 std::vector<String> CommandLine::wordsOf(String text)
 {
     std::vector<String> words;

@@ -68,6 +68,9 @@ bool parseNumber(String const& text, unsigned int lowest, unsigned int highest, 
 /// Takes the first word off `text`.
 String takeWord(String& text);
 
+/// As above; an argument that begins with a quotation mark ends with the next one and is returned without both.
+String takeArgument(String& text);
+
 /// All words of `text`.
 std::vector<String> wordsOf(String text);
 }

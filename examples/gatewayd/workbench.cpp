@@ -5,6 +5,7 @@
 #include "job_commands.h"
 #include "link_commands.h"
 #include "loop_commands.h"
+#include "regex_commands.h"
 #include "timer_commands.h"
 
 #include <cctype>
@@ -25,6 +26,7 @@ Workbench::Workbench(ZKEventLoop& loop, Console& console) : CommandGroup(console
     m_groups.push_back(std::make_unique<DebugCommands>(console));
     m_groups.push_back(std::make_unique<LinkCommands>(console, loop));
     m_groups.push_back(std::make_unique<JobCommands>(console));
+    m_groups.push_back(std::make_unique<RegexCommands>(console));
 }
 
 void Workbench::execute(String const& line)

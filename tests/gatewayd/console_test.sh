@@ -87,6 +87,11 @@ expect debug '^ethernet:0/1 lets debug lines up to level 1 pass' '^debug: there 
     '^job 2 is cancelled, status 1300000f' '^  Jobs  *2  *0  *1  *0  *0  *0$' '^  executing  job 1, 60000 ms: long' \
     '^no job 9' '^job 1: FUNCTION EXECUTION CANNOT BE CANCELLED' '^job 1 is cancelled, status 00000000'
 
+# regular expressions
+printf '%s\n' 'match "(\w+) (x)?" to speed=auto' 'subst (\d)(\d) "$2 $1" <42>' 'subst x y z' 'match (a b' |
+    "$@" >"$dir/out" 2>&1 || fail "regex: status $?"
+expect regex "^group 1 from 0 to 2: 'to'" '^group 2 is unset' '^weights 193 193 255' '^<2 4>' '^no match' '^match: PATTERN has a syntax error'
+
 # the reports show a blocked loop and a contended lock while they last; SIGTERM cuts both short, a second one does no harm
 "$@" --loop config <"$dir/in" >"$dir/out" 2>&1 &
 daemon=$!
