@@ -101,6 +101,7 @@ TEST_F(MonitoredMachine, WritesItsStepsAsFarAsTheMonitorLetsThem)
     worker.run(KEEP, 1);
     worker.run(FREE);
     ASSERT_TRUE(m_loop.handleAll());
+    m_loop.stop();
     worker.setMonitor(m_monitor, 3);
     worker.run(LOOK);
     worker.run(UNKNOWN);

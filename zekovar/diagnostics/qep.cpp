@@ -243,7 +243,8 @@ void QHsm::leaveFor(EntryPath& path, QStateHandler source)
 /// up to `top` and is cut at the first superstate of `source` that stands on it.
 void QHsm::leaveUpTo(EntryPath& path, QStateHandler source, QStateHandler superstateOfSource)
 {
-    while (trigger(path.back(), Q_EMPTY_SIG) == Q_SUPER)
+    QStateHandler const root = &QHsm::top; // needn't be asked
+    while (path.back() != root && trigger(path.back(), Q_EMPTY_SIG) == Q_SUPER)
     {
         if (m_state == source)
         {
@@ -258,7 +259,7 @@ void QHsm::leaveUpTo(EntryPath& path, QStateHandler source, QStateHandler supers
         Q_onAssert("qhsm_dis", 135);
     trigger(source, Q_EXIT_SIG);
     QStateHandler state = superstateOfSource;
-    while (!path.cutAt(state) && state != static_cast<QStateHandler>(&QHsm::top))
+    while (!path.cutAt(state) && state != root)
         state = leave(state);
 }
 

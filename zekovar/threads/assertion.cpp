@@ -27,8 +27,12 @@ extern "C"
         handler(first, second, third, fourth, text.c_str());
     }
 
-    // weak, so that no optimiser takes this empty body for what runs
-    __attribute__((weak)) void Q_onAssert(char const*, int)
+#if __has_attribute(noipa)
+    // a program may define this function: no optimiser may take the empty body for what runs
+    __attribute__((noipa)) void Q_onAssert(char const* module, int line);
+#endif
+
+    void Q_onAssert(char const*, int)
     {
     }
 }
