@@ -37,15 +37,14 @@ struct Shape
     std::string entries(int outer, int n) const { return n == outer ? "" : entries(outer, parent(n)) + step("+", n); }
 
     /// The engine lists the states that it enters: at most 6.
-    std::string initials(int n, char const* report) const
+    std::string settling(int outer, int n, char const* report) const
     {
-        char const* const tooLong = depth(initial(n)) - depth(n) > 6 ? report : "";
-        return initial(n) == 0 ? "" : step(">", n) + tooLong + entries(n, initial(n)) + initials(initial(n), report);
+        return (depth(n) - depth(outer) > 6 ? report : "") + entries(outer, n) + initials(n, report);
     }
 
-    std::string beginning(int n) const
+    std::string initials(int n, char const* report) const
     {
-        return (depth(n) > 6 ? "qhsm_ini73 " : "") + entries(0, n) + initials(n, "qhsm_ini73 ");
+        return initial(n) == 0 ? "" : step(">", n) + settling(n, initial(n), report);
     }
 
     /// The way leads through the innermost state that contains source and target or is one of them, but a source that is
@@ -138,7 +137,8 @@ void checkTransitions(Shape const& shape, int first, int last)
             {
                 s_trace.clear();
                 Machine<QHsm>(shape, first).dispatch(source, Q_TRANSITION, target);
-                ASSERT_EQ(s_trace, shape.beginning(first) + shape.transition(shape.leaf(first), source, target));
+                ASSERT_EQ(s_trace, shape.settling(0, first, "qhsm_ini73 ") +
+                                       shape.transition(shape.leaf(first), source, target));
             }
 }
 }
