@@ -4,14 +4,11 @@
 #include "tests/eventually.h"
 #include "tests/jobs/fake_job.h"
 #include "tests/stress/stress.h"
-#include "zekovar/events/event_loop.h"
-#include "zekovar/jobs/executor_event_loop.h"
+#include "zekovar/events/standard_loops.h"
 #include "zekovar/jobs/executor_immediate.h"
 #include "zekovar/jobs/executor_single_thread.h"
 #include "zekovar/jobs/job_supervisor.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <random>
 #include <thread>
@@ -20,7 +17,7 @@
 
 namespace
 {
-constexpr unsigned int INVOKERS = 4;
+constexpr int INVOKERS = 4;
 constexpr unsigned int OWN_EXECUTOR = 64; // one job in so many runs on an executor that is dropped at once
 
 ZKPtr<ZK::IExecutor> thread(char const* name)
@@ -28,122 +25,98 @@ ZKPtr<ZK::IExecutor> thread(char const* name)
     return ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorSingleThread(name));
 }
 
-ZKPtr<ZK::IFuture> invoke(ZKPtr<ZK::IExecutor> const& executor, std::function<void(ZK::IFuture*)> work)
+ZKPtr<ZK::IFuture> invoke(ZK::IExecutor& executor, std::function<void(ZK::IFuture*)> work)
 {
     ZKPtr<FakeJob> const job(ZK::MovePtr<FakeJob>(new FakeJob()));
     job->work = std::move(work);
     ZKPtr<ZK::IFuture> future;
-    require(executor->invokeJob(job.getObj(), future).isSuccess(), "an executor takes a job");
+    require(executor.invokeJob(job.getObj(), future).isSuccess(), "an executor takes a job");
     return future;
 }
 
 class Stress
 {
 public:
-    Stress() { m_loop.start(); }
-
-    void run(unsigned int jobs)
+    void run(int jobs)
     {
-        std::jthread reporter([this](std::stop_token const& end) { report(end); });
-        {
-            std::vector<std::jthread> invokers;
-            for (unsigned int i = 0; i < INVOKERS; i++)
-                invokers.emplace_back([this, i, jobs] { invokeMany(i + 1, jobs / INVOKERS); });
-        }
-        reporter.request_stop();
-        reporter.join();
+        std::jthread const reporter(
+            [this](std::stop_token const& end)
+            {
+                for (ZKVector<ZK::IFuture::Description> futures; !end.stop_requested(); futures.clear())
+                {
+                    m_executors[0]->suspend();
+                    ZK::JobSupervisor::INSTANCE().getFutureDescriptions(futures);
+                    m_executors[0]->resume();
+                }
+            });
+        for (std::vector<std::jthread> invokers; std::ssize(invokers) < INVOKERS;)
+            invokers.emplace_back([this, jobs, seed = invokers.size()] { invokeMany(seed, jobs / INVOKERS); });
+    }
+
+    void check()
+    {
         for (ZKPtr<ZK::IExecutor> const& executor : m_executors)
-            check(*executor);
-        require(eventually([] { return ZKThread::GET_BY_NAME("Short") == nullptr; }), "no thread stays");
+        {
+            ZK::IExecutor::Description is;
+            auto const addsUp = [&]
+            {
+                executor->getExecutorDescription(is);
+                bool const isImmediate = is.name == "Immediate"; // cancels what it has started
+                return is.executedJobs + (isImmediate ? 0 : is.cancelledJobs) == is.invokedJobs;
+            };
+            require(eventually(addsUp), "each job taken is started or cancelled");
+        }
         require(eventually([this] { return m_jobs.use_count() == 1; }), "no job stays");
+        require(eventually([] { return ZKThread::GET_BY_NAME("Short") == nullptr; }), "no thread stays");
     }
 
 private:
-    void invokeMany(unsigned int seed, unsigned int count)
+    void invokeMany(unsigned long seed, int count)
     {
-        std::minstd_rand random(seed);
-        for (; count > 0; count--)
+        for (std::minstd_rand random(seed); count > 0; count--)
         {
             auto const dice = static_cast<unsigned int>(random());
-            bool const isOwn = dice / 8 % OWN_EXECUTOR == 0;
             bool const isForgotten = dice / 8 % (2 * OWN_EXECUTOR) == 0;
-            ZKPtr<ZK::IExecutor> executor = isOwn ? thread("Short") : m_executors[dice / 2 % 3];
+            ZKPtr<ZK::IExecutor> executor = dice / 8 % OWN_EXECUTOR == 0 ? thread("Short") : m_executors[dice / 2 % 3];
             if (isForgotten)
                 executor->suspend();
-            ZKPtr<ZK::IFuture> const future = invoke(executor, work(dice % 2 == 0));
+            ZKPtr<ZK::IFuture> const future =
+                invoke(*executor,
+                       [this, isLater = dice % 2 == 0, jobs = m_jobs, starts = 0](ZK::IFuture* run) mutable
+                       {
+                           require(starts++ == 0, "a job is started once");
+                           if (isLater)
+                               invoke(*m_finisher,
+                                      [run = ZKPtr<ZK::IFuture>(run)](ZK::IFuture*) { run->done(XCODE_SUCCESS); });
+                           else
+                               run->done(XCODE_SUCCESS);
+                       });
             executor = nullptr;
-            if (!isForgotten)
-                disturb(future, dice / 1024);
+            if (dice / 1024 % 2 == 0)
+                invoke(*m_canceller, [future](ZK::IFuture*) { (void)future->cancel(9); });
+            if (dice / 2048 % 4 == 0)
+                (void)future->cancel(0);
+            if (dice / 8192 % 4 != 0 && !isForgotten)
+                invoke(*m_waiter, [future](ZK::IFuture*) { future->waitForCompletion(); });
         }
     }
 
-    /// Ends its job at once or on another thread.
-    std::function<void(ZK::IFuture*)> work(bool isLater)
-    {
-        return [this, isLater, jobs = m_jobs, starts = 0](ZK::IFuture* future) mutable
-        {
-            require(starts++ == 0, "a job is started once");
-            if (isLater)
-                invoke(m_finisher, [run = ZKPtr<ZK::IFuture>(future)](ZK::IFuture*) { run->done(XCODE_SUCCESS); });
-            else
-                future->done(XCODE_SUCCESS);
-        };
-    }
-
-    void disturb(ZKPtr<ZK::IFuture> const& future, unsigned int dice)
-    {
-        if (dice % 2 == 0)
-            invoke(m_canceller, [future](ZK::IFuture*) { (void)future->cancel(9); });
-        if (dice / 2 % 4 == 0)
-            (void)future->cancel(0);
-        if (dice / 8 % 4 != 0)
-            invoke(m_waiter,
-                   [future](ZK::IFuture*)
-                   {
-                       future->waitForCompletion();
-                       require(future->hasCompleted(), "a waiter returns when its future has completed");
-                   });
-    }
-
-    void report(std::stop_token const& end)
-    {
-        ZKPtr<ZK::IExecutor> const& executor = m_executors[0];
-        while (!end.stop_requested())
-        {
-            ZKVector<ZK::IFuture::Description> futures;
-            executor->suspend();
-            ZK::JobSupervisor::INSTANCE().getFutureDescriptions(futures);
-            executor->resume();
-            std::this_thread::yield();
-        }
-    }
-
-    /// Everything taken is started or cancelled in the end. The immediate executor cancels what it has started.
-    static void check(ZK::IExecutor& executor)
-    {
-        ZK::IExecutor::Description is;
-        auto const addsUp = [&]
-        {
-            executor.getExecutorDescription(is);
-            return is.executedJobs + (is.name == "Immediate" ? 0 : is.cancelledJobs) == is.invokedJobs;
-        };
-        require(eventually(addsUp) && is.failedExecutions == 0, "the counters add up");
-        std::printf("%s: %u invoked, %u executed, %u cancelled, %u not\n", is.name.c_str(), is.invokedJobs,
-                    is.executedJobs, is.cancelledJobs, is.failedCancels);
-    }
-
-    ZKEventLoop m_loop{"Stress", 64, 10, 100, 1000, 64};
     std::shared_ptr<int> m_jobs = std::make_shared<int>(); // each job has a share
     ZKPtr<ZK::IExecutor> m_finisher = thread("Finisher");
     ZKPtr<ZK::IExecutor> m_waiter = thread("Waiter");
     ZKPtr<ZK::IExecutor> m_canceller = thread("Canceller");
-    ZKPtr<ZK::IExecutor> m_executors[3] = {
-        thread("Stress"), ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorEventLoop(m_loop, EventPrio::NORMAL)),
-        ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorImmediate())};
+    ZKPtr<ZK::IExecutor> m_executors[3] = {thread("Stress"), IO::INSTANCE().getExecutor(),
+                                           ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorImmediate())};
 };
 }
 
 int main(int argc, char** argv)
 {
-    return stress(argc, argv, "--jobs", 100000, [](int jobs) { Stress().run(static_cast<unsigned int>(jobs)); });
+    return stress(argc, argv, "--jobs", 100000,
+                  [](int jobs)
+                  {
+                      Stress stress;
+                      stress.run(jobs);
+                      stress.check();
+                  });
 }
