@@ -1,6 +1,7 @@
 #include "workbench.h"
 
 #include "console.h"
+#include "crypto_commands.h"
 #include "debug_commands.h"
 #include "job_commands.h"
 #include "link_commands.h"
@@ -27,6 +28,7 @@ Workbench::Workbench(ZKEventLoop& loop, Console& console) : CommandGroup(console
     m_groups.push_back(std::make_unique<LinkCommands>(console, loop));
     m_groups.push_back(std::make_unique<JobCommands>(console));
     m_groups.push_back(std::make_unique<RegexCommands>(console));
+    m_groups.push_back(std::make_unique<CryptoCommands>(console));
 }
 
 void Workbench::execute(String const& line)

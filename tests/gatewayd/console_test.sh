@@ -92,6 +92,23 @@ printf '%s\n' 'match "(\w+) (x)?" to speed=auto' 'subst (\d)(\d) "$2 $1" <42>' '
     "$@" >"$dir/out" 2>&1 || fail "regex: status $?"
 expect regex "^group 1 from 0 to 2: 'to'" '^group 2 is unset' '^weights 193 193 255' '^<2 4>' '^no match' '^match: PATTERN has a syntax error'
 
+# checksums and stored passwords
+printf abc >"$dir/abc"
+"$@" <"$dir/in" >"$dir/out" 2>&1 &
+daemon=$!
+exec 3>"$dir/in"
+for line in "hash md5 $dir/abc:^900150983cd24fb0d6963f7d28e17f72  " "hash sha1 $dir/abc:^a9993e364706816aba3e25717850c26c9cd0d89d  " \
+    'hash crc32 /none:  /none$' 'hash crc16 x:^hash: it takes a kind of checksum' 'password decrypt QQ==:^that is no stored password'; do
+    printf '%s\n' "${line%%:*}" >&3
+    await "${line#*:}"
+done
+printf 'password encrypt secret\n' >&3
+exec 3>&-
+wait $daemon || fail "crypto: status $?"
+stored=$(grep -A1 'password encrypt' "$dir/out" | tail -n 1)
+printf 'password decrypt %s\n' "$stored" | "$@" >"$dir/out" 2>&1 || fail "password: status $?"
+expect crypto '^secret$'
+
 # the reports show a blocked loop and a contended lock while they last; SIGTERM cuts both short, a second one does no harm
 "$@" --loop config <"$dir/in" >"$dir/out" 2>&1 &
 daemon=$!

@@ -1,0 +1,111 @@
+#include "crypto_commands.h"
+
+#include "console.h"
+
+#include <fcntl.h>
+
+using CommandLine::takeWord;
+
+namespace
+{
+/// Adds all bytes of the file.
+XCode crc32Of(String const& path, String& sum)
+{
+    ZKFile file(path, true, false);
+    if (XCode code = file.open(O_RDONLY, 0, ZKFile::XO_NONE); code.isErr())
+    {
+        return code;
+    }
+    Crc32 crc;
+    unsigned int state = crc.addBuff("", 0u);
+    char buffer[65536];
+    unsigned int count = 0;
+    do
+    {
+        if (XCode code = file.readOnce(buffer, sizeof(buffer), count, true); code.isErr())
+        {
+            return code;
+        }
+        state = crc.addBuff(buffer, count);
+    } while (count > 0);
+    sum = String(String::Formatted(), "%8.8x", state);
+    return XCODE_SUCCESS;
+}
+
+template <class Helper>
+XCode digestOf(String const& path, String& sum)
+{
+    Helper helper;
+    XCode code = helper.calculate(path);
+    sum = helper.getResult();
+    return code;
+}
+}
+
+CryptoCommands::CryptoCommands(Console& console) : CommandGroup(console), m_hasher("Hasher")
+{
+    add("hash", "md5|sha1|crc32 FILE", "shows the checksum of a file", &CryptoCommands::hash);
+    add("password", "encrypt|decrypt TEXT", "shows the stored form of a password, or what is stored",
+        &CryptoCommands::password);
+}
+
+void CryptoCommands::end()
+{
+    m_hasher.join();
+}
+
+void CryptoCommands::hash(Command const& command, String const& arguments)
+{
+    String path = arguments;
+    String const kind = takeWord(path);
+    XCode (*calculate)(String const&, String&) = nullptr;
+    if (kind == "md5")
+    {
+        calculate = &digestOf<MD5SumHelper>;
+    }
+    else if (kind == "sha1")
+    {
+        calculate = &digestOf<Sha1SumHelper>;
+    }
+    else if (kind == "crc32")
+    {
+        calculate = &crc32Of;
+    }
+    if (calculate == nullptr || path.isEmpty())
+    {
+        refuse(command, "it takes a kind of checksum and a file");
+        return;
+    }
+    auto const report = [this, calculate, path]
+    {
+        String sum;
+        XCode const code = calculate(path, sum);
+        m_console.say(
+            String(String::Formatted(), "%s  %s", code.isErr() ? code.toString().c_str() : sum.c_str(), path.c_str()));
+    };
+    if (m_hasher.run(report).isErr())
+    {
+        m_console.say("a checksum is under way");
+    }
+}
+
+void CryptoCommands::password(Command const& command, String const& arguments)
+{
+    String text = arguments;
+    String const direction = takeWord(text);
+    String result;
+    if (direction == "encrypt")
+    {
+        m_console.say(encryptPassword(text, result).isErr() ? String("the password can't be stored") : result);
+    }
+    else if (direction == "decrypt")
+    {
+        // a damaged one leaves the result as it was
+        XCode const code = decryptPassword(text, result);
+        m_console.say(code.isErr() || result.isEmpty() ? String("that is no stored password") : result);
+    }
+    else
+    {
+        refuse(command, "it takes a direction and a text");
+    }
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "command_group.h"
+#include "task_thread.h"
+
+/// Checksums of files and stored passwords.
+class CryptoCommands : public CommandGroup
+{
+public:
+    explicit CryptoCommands(Console& console);
+
+    void end() override;
+
+private:
+    void hash(Command const& command, String const& arguments);
+    void password(Command const& command, String const& arguments);
+
+    TaskThread m_hasher; // a large file takes its time
+};
