@@ -87,13 +87,11 @@ TEST(Backtrace, GoesToAMonitorLineByLine)
     ZKBacktrace backtrace(FRAMES);
     EXPECT_TRUE(backtrace.obtainBacktraceOfCurrentThread(0));
     backtrace.printToSyslog(LOG_INFO);
-    std::vector<std::string> const plain = log.lines();
-    ASSERT_GT(plain.size(), 2u);
     backtrace.printToRtd(MON_JOB, LOG_INFO);
     std::vector<std::string> const lines = log.lines();
-    ASSERT_EQ(lines.size(), 2 * plain.size());
-    for (std::size_t i = 0; i < plain.size(); i++)
-        EXPECT_EQ(lines[plain.size() + i], "6 JOB        # " + plain[i].substr(2));
+    ASSERT_GT(lines.size(), 4u);
+    for (std::size_t i = 0, count = lines.size() / 2; i < count; i++)
+        EXPECT_EQ(lines[count + i], "6 JOB        # " + lines[i].substr(2));
 }
 
 TEST(Backtrace, ThreadThatEndsOrIsNotThereIsRefused)

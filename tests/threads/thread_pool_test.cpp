@@ -6,49 +6,39 @@ namespace
 std::atomic<int> s_executed;
 std::atomic<int> s_destroyed;
 
-class CountedTask : public _ZKTask
+/// Waits for its door, if it has one.
+struct Task : _ZKTask
 {
-public:
-    ~CountedTask() override { s_destroyed++; }
+    ~Task() override { s_destroyed++; }
 
     void execute() override
     {
+        if (door != nullptr)
+            door->acquire();
         s_executed++;
         _ZKTask::execute();
     }
+
+    Door* door = nullptr;
 };
 
-/// Waits in `execute` until the test lets it go on.
-class HeldTask : public CountedTask
+/// All workers are gone at the end of a test.
+struct ThreadPool : testing::Test
 {
-public:
-    void execute() override
-    {
-        door.acquire();
-        CountedTask::execute();
-    }
-
-    Door door;
-};
-
-class ThreadPool : public testing::Test
-{
-protected:
     ThreadPool() { s_executed = s_destroyed = 0; }
 
     ~ThreadPool() override { EXPECT_TRUE(eventuallyWorkers(0)); }
 
-    static int workers()
+    static bool eventuallyWorkers(int expected)
     {
-        int count = 0;
-        for (auto const& report : threadStatus())
-            count += report.name == "WorkerThread" ? 1 : 0;
-        return count;
-    }
-
-    static bool eventuallyWorkers(int count)
-    {
-        return eventually([count] { return workers() == count; });
+        auto const areThere = [expected]
+        {
+            int count = 0;
+            for (auto const& report : threadStatus())
+                count += report.name == "WorkerThread" ? 1 : 0;
+            return count == expected;
+        };
+        return eventually(areThere);
     }
 };
 }
@@ -60,97 +50,75 @@ TEST_F(ThreadPool, RefusesWhatCanNotRunAndLeavesTheTasksAlone)
     EXPECT_EQ(pool.setTask(nullptr), XCODE_FAILURE);
     EXPECT_EQ(pool.notifyEndOfTask(nullptr), XCODE_FAILURE);
     EXPECT_EQ(pool.setTasksAndWait({}), XCODE_FAILURE) << "the caller is the last to arrive";
-
-    CountedTask first, second;
+    Task first, second;
     EXPECT_EQ(pool.setTasksAndWait({&first, nullptr}), XCODE_FAILURE);
-    EXPECT_EQ(pool.setTasksAndWait({&first, &second, &first}), XCODE_FAILURE);
-    EXPECT_EQ(s_executed, 0);
+    EXPECT_EQ(pool.setTasksAndWait({&second, &first, &second}), XCODE_FAILURE);
     pthread_barrier_t barrier;
     pthread_barrier_init(&barrier, nullptr, 1);
-    EXPECT_EQ(first.setBarrier(&barrier), XCODE_SUCCESS);
+    EXPECT_EQ(first.setBarrier(&barrier), XCODE_SUCCESS) << "a refused batch must take its barrier back";
     EXPECT_EQ(first.setBarrier(&barrier), XCODE_FAILURE);
     EXPECT_EQ(pool.setTasksAndWait({&second, &first}), XCODE_FAILURE);
-    EXPECT_EQ(second.setBarrier(&barrier), XCODE_SUCCESS) << "a refused batch must take its barrier back";
+    EXPECT_EQ(s_executed, 0);
     first.execute();
     EXPECT_EQ(first.setBarrier(nullptr), XCODE_SUCCESS) << "the barrier is used up";
     pthread_barrier_destroy(&barrier);
 }
 
-TEST_F(ThreadPool, StartsAWorkerForEachTaskAtOnceAndShrinksToItsLimit)
+TEST_F(ThreadPool, HasAWorkerForEachTaskAndShrinksToItsLimit)
 {
-    _ZKThreadPool pool(1);
-    HeldTask first, second;
-    EXPECT_TRUE(pool.setTask(&first));
-    EXPECT_TRUE(pool.setTask(&second));
-    EXPECT_TRUE(eventuallyWorkers(2));
-    first.door.release();
-    EXPECT_TRUE(eventuallyWorkers(1));
-    second.door.release();
-    CountedTask third;
-    EXPECT_TRUE(pool.setTask(&third));
-    EXPECT_TRUE(eventually([] { return s_executed == 3; }));
-    EXPECT_TRUE(eventuallyWorkers(1));
-}
-
-TEST_F(ThreadPool, EndsItsWorkersWhenItGoesButNotTheirTasks)
-{
-    HeldTask held;
+    Door firstDoor, secondDoor;
+    Task first, second;
+    first.door = &firstDoor;
+    second.door = &secondDoor;
     {
-        _ZKThreadPool pool(3);
-        EXPECT_TRUE(pool.setup(3));
-        EXPECT_TRUE(pool.setTask(&held));
+        _ZKThreadPool pool(1);
+        EXPECT_TRUE(pool.setTask(&first));
+        EXPECT_TRUE(pool.setTask(&second));
+        EXPECT_TRUE(eventuallyWorkers(2));
+        firstDoor.release();
+        EXPECT_TRUE(eventuallyWorkers(1));
+        EXPECT_TRUE(pool.setup(2));
         EXPECT_TRUE(eventuallyWorkers(3));
     }
-    EXPECT_TRUE(eventuallyWorkers(1)) << "the idle ones go";
-    held.door.release();
+    EXPECT_TRUE(eventuallyWorkers(1)) << "a task goes on when its pool has gone";
+    secondDoor.release();
     EXPECT_TRUE(eventuallyWorkers(0));
-    EXPECT_EQ(s_executed, 1);
-    EXPECT_EQ(s_destroyed, 0);
+    EXPECT_EQ(s_executed, 2);
 }
 
-TEST_F(ThreadPool, RunsTenThousandTasksInBatches)
+TEST_F(ThreadPool, RunsBatchesOfTenThousandTasksAndNoneForWhichThreadsAreMissing)
 {
-    constexpr int SIZE = 50;
-    constexpr int LIMIT = 25;
-    _ZKThreadPool pool(LIMIT);
-    std::vector<CountedTask> tasks(SIZE);
+    _ZKThreadPool pool(25);
+    std::vector<Task> tasks(50);
     std::vector<_ZKTask*> batch;
-    for (CountedTask& task : tasks)
+    for (Task& task : tasks)
         batch.push_back(&task);
     for (int i = 1; i <= 200; i++)
     {
         (void)pool.setTasksAndWait(batch); // which thread is told that it was the last is open
-        ASSERT_EQ(s_executed, i * SIZE);
+        ASSERT_EQ(s_executed, i * 50);
     }
-    EXPECT_TRUE(eventuallyWorkers(LIMIT));
-}
-
-TEST_F(ThreadPool, BatchForWhichNoThreadsAreLeftFailsAsAWhole)
-{
-    _ZKThreadPool pool(2);
-    ASSERT_TRUE(pool.setup(2));
-    CountedTask first, second, third;
+    EXPECT_TRUE(eventuallyWorkers(25));
     pthread_attr_t before, impossible;
-    ASSERT_EQ(pthread_getattr_default_np(&before), 0);
+    pthread_getattr_default_np(&before);
     pthread_attr_init(&impossible);
     pthread_attr_setstacksize(&impossible, SIZE_MAX / 8 * 7);
     ASSERT_EQ(pthread_setattr_default_np(&impossible), 0);
-    EXPECT_EQ(pool.setTasksAndWait({&first, &second, &third}), XCODE_FAILURE);
+    EXPECT_EQ(pool.setTasksAndWait(batch), XCODE_FAILURE);
     EXPECT_TRUE(pool.setup(1).isErr());
-    ASSERT_EQ(pthread_setattr_default_np(&before), 0);
-    EXPECT_EQ(s_executed, 0);
-    EXPECT_TRUE(eventuallyWorkers(2));
-    (void)pool.setTasksAndWait({&first, &second, &third});
-    EXPECT_EQ(s_executed, 3);
+    pthread_setattr_default_np(&before);
+    EXPECT_EQ(s_executed, 10000);
+    EXPECT_TRUE(eventuallyWorkers(25));
+    (void)pool.setTasksAndWait(batch);
+    EXPECT_EQ(s_executed, 10050);
 }
 
 TEST_F(ThreadPool, FreeWorkerOwnsItsTasks)
 {
     {
         _ZKWorkerThread worker;
-        EXPECT_TRUE(worker.getName().isEmpty());
         for (int i = 0; i < 5; i++)
-            worker.whip(i == 3 ? nullptr : new CountedTask);
+            worker.whip(i == 3 ? nullptr : new Task);
         EXPECT_TRUE(worker.start("sweeper"));
     }
     EXPECT_EQ(s_executed, 3);
