@@ -26,7 +26,6 @@ TEST(MonitorTable, EveryRowHasItsLevelAndANameOfItsOwn)
     EXPECT_EQ(rowsOfLevel, (std::map<int, int>{
                                {-3, 1}, {-2, 6}, {-1, 1}, {0, 29}, {1, 9}, {3, 24}, {4, 1}, {5, 83}, {7, 7}, {9, 23}}));
     EXPECT_EQ(idOfName["job"], 8);
-    EXPECT_EQ(idOfName["orbitms-cc"], 141);
     EXPECT_EQ(idOfName["cctest"], 183);
     EXPECT_EQ(idOfName["larksp-tr"], MON_LARKSP_TR);
 }

@@ -64,8 +64,7 @@ Strings manyTexts()
         add(random() % 10, 500);
         add(random() % 3000, 5);
     }
-    add(100 * 1024, 0);
-    add(100 * 1024, 2);
+    add(100 * 1024, 1);
     return texts;
 }
 
@@ -134,7 +133,6 @@ TEST(Syslog, WritesNothingForNoTextAndLeavesErrnoAlone)
     char const* const missing = nullptr;
     String const longest = String::repeat("x", 887);
     write("JOB", LOG_ERR, "", "%s", "");
-    write("JOB", LOG_ERR, "", "%c", '\0');
     errno = ENOENT;
     write("JOB", 3, longest, "%m"); // no character is left for the line
     EXPECT_EQ(errno, ENOENT);
