@@ -26,10 +26,12 @@ String decoded(char const* text, unsigned int room)
 
 TEST(Base64, EncodesTheVectorsOfTheRfcInLines)
 {
-    EXPECT_EQ(listed(encoded("", 0), encoded("", 4), encoded("f", 0), encoded("fo", 0), encoded("foobar", 0)),
-              "||Zg==|Zm8=|Zm9vYmFy");
+    EXPECT_EQ(listed(encoded("", 0), encoded("", 4), encoded("f", 0), encoded("fo", 0), encoded("\xFB\xFF\xBF", 0)),
+              "||Zg==|Zm8=|+/+/");
     EXPECT_EQ(listed(encoded("foo", 4), encoded("foobar", 11), encoded("foobarf", 8), encoded("foobar", 3)),
               "Zm9v\r\n|Zm9vYmFy\r\n|Zm9vYmFy\r\nZg==\r\n|Zm9v\r\nYmFy\r\n");
+    TString<unsigned char> back;
+    EXPECT_TRUE(Base64::decode(back, encoded("foobarf", 8)) && back.length() == 7 && back[6] == 'f');
     String text("foo");
     EXPECT_TRUE(Base64::encode(reinterpret_cast<unsigned char const*>(text.c_str()), 3, 0, text));
     EXPECT_EQ(text, "Zm9v");
@@ -40,17 +42,6 @@ TEST(Base64, DecodesWhatIsThere)
     EXPECT_EQ(listed(decoded("Z m\t9-v_", 3), decoded("Zg==Zm8=", 3), decoded("Zm9vYmE", 5)),
               "foo all|ffo all|fooba all");
     EXPECT_EQ(listed(decoded("Z", 0), decoded("====", 0), decoded("\xFF\x80=", 0)), " all| all| all");
-    EXPECT_EQ(listed(decoded("Zm9vYmF", 4), decoded("Zm9vYmFyZm9v", 8)), "foo cut|foobar cut");
-}
-
-TEST(Base64, EveryByteComesBackAtEveryLength)
-{
-    TString<unsigned char> bytes, back;
-    for (int i = 0; i < 300; ++i)
-    {
-        bytes += static_cast<unsigned char>(i * 7);
-        String text;
-        ASSERT_TRUE(Base64::encode(text, bytes, 76) && Base64::decode(back, text) && back.length() == bytes.length());
-        ASSERT_EQ(std::memcmp(back.data(), bytes.data(), static_cast<std::size_t>(bytes.length())), 0) << i;
-    }
+    EXPECT_EQ(listed(decoded("Zm9vYmF", 4), decoded("Zm9vYmFyZm9v", 8), decoded("+/+/", 3)),
+              "foo cut|foobar cut|\xFB\xFF\xBF all");
 }
