@@ -13,11 +13,6 @@ namespace
 {
 std::string s_trace; // what happened, in order
 
-std::string step(char const* what, int number)
-{
-    return what + std::to_string(number) + " ";
-}
-
 /// States from 1 on by number; 0 is the root, and no target. Tells what must happen from the shape alone.
 struct Shape
 {
@@ -32,19 +27,18 @@ struct Shape
 
     int leaf(int n) const { return initial(n) == 0 ? n : leaf(initial(n)); }
 
+    static std::string step(char const* what, int n) { return what + std::to_string(n) + " "; }
+
     std::string exits(int n, int outer) const { return n == outer ? "" : step("-", n) + exits(parent(n), outer); }
 
     std::string entries(int outer, int n) const { return n == outer ? "" : entries(outer, parent(n)) + step("+", n); }
 
-    /// The engine lists the states that it enters: at most 6.
-    std::string settling(int outer, int n, char const* report) const
-    {
-        return (depth(n) - depth(outer) > 6 ? report : "") + entries(outer, n) + initials(n, report);
-    }
+    std::string drill(int n, char const* r) const { return initial(n) ? step(">", n) + settle(n, initial(n), r) : ""; }
 
-    std::string initials(int n, char const* report) const
+    /// The states that it enters at a time are listed by the engine, and more than 6 reported.
+    std::string settle(int outer, int n, char const* report) const
     {
-        return initial(n) == 0 ? "" : step(">", n) + settling(n, initial(n), report);
+        return (depth(n) - depth(outer) > 6 ? report : "") + entries(outer, n) + drill(n, report);
     }
 
     /// The way leads through the innermost state that contains source and target or is one of them, but a source that is
@@ -58,7 +52,7 @@ struct Shape
         bool const isLong = !isNear && depth(target) - (outer == source ? depth(source) : 0) > 5;
         return step("D", current) + exits(current, source) +
                (isLong ? step("qhsm_dis", outer == source ? 124 : 135) : "") + exits(source, outer) +
-               entries(outer, target) + initials(target, "qhsm_dis219 ") + step("T", 1000 * source + leaf(target));
+               entries(outer, target) + drill(target, "qhsm_dis219 ") + step("T", 1000 * source + leaf(target));
     }
 };
 
@@ -72,22 +66,19 @@ struct Machine : Engine
         this->init(&EVENT);
     }
 
-    void logDispatch(QEvent const*, QStateHandler state) override { log("D", state); }
+    void logDispatch(QEvent const*, QStateHandler state) override { note("D", number(state)); }
 
-    void logTransition(QStateHandler to, QStateHandler from) override { log("T", to, from); }
+    void logTransition(QStateHandler to, QStateHandler from) override { note("T", 1000 * number(from) + number(to)); }
 
-    void logHandled(QEvent const*, QStateHandler state) override { log("H", state); }
+    void logHandled(QEvent const*, QStateHandler state) override { note("H", number(state)); }
 
-    void logHandledNoAction(QEvent const*, QStateHandler state) override { log("N", state); }
+    void logHandledNoAction(QEvent const*, QStateHandler state) override { note("N", number(state)); }
 
-    void logIgnored(QEvent const*, QStateHandler state) override { log("I", state); }
+    void logIgnored(QEvent const*, QStateHandler state) override { note("I", number(state)); }
 
-    static void log(char const* what, QStateHandler state, QStateHandler from = HANDLERS[0])
-    {
-        auto const number = [](QStateHandler handler)
-        { return std::ranges::find(HANDLERS, handler) - HANDLERS.begin(); };
-        s_trace += step(what, static_cast<int>(1000 * number(from) + number(state)));
-    }
+    static int number(QStateHandler state) { return int(std::ranges::find(HANDLERS, state) - HANDLERS.begin()); }
+
+    static void note(char const* what, int number) { s_trace += Shape::step(what, number); }
 
     /// An event that `from` answers with `code`; a transition goes to `to`.
     void dispatch(int from, unsigned char code, int to = 0)
@@ -101,8 +92,8 @@ struct Machine : Engine
         if (signal == Q_USER_SIG && state == source)
             return answer == Q_TRANSITION ? this->transitionTo(HANDLERS[target]) : answer;
         int const next = signal == Q_INIT_SIG ? shape.initial(state) : 0;
-        if (signal == Q_ENTRY_SIG || signal == Q_EXIT_SIG || next != 0)
-            s_trace += step(signal == Q_ENTRY_SIG ? "+" : signal == Q_EXIT_SIG ? "-" : ">", state);
+        if (next != 0 || signal == Q_ENTRY_SIG || signal == Q_EXIT_SIG)
+            note(next != 0 ? ">" : signal == Q_ENTRY_SIG ? "+" : "-", state);
         if (next != 0)
             return this->transitionTo(HANDLERS[next]);
         if (signal == Q_ENTRY_SIG || (signal == Q_EXIT_SIG && state % 3 != 0)) // the others leave it to the superstate
@@ -137,15 +128,15 @@ void checkTransitions(Shape const& shape, int first, int last)
             {
                 s_trace.clear();
                 Machine<QHsm>(shape, first).dispatch(source, Q_TRANSITION, target);
-                ASSERT_EQ(s_trace, shape.settling(0, first, "qhsm_ini73 ") +
-                                       shape.transition(shape.leaf(first), source, target));
+                ASSERT_EQ(s_trace,
+                          shape.settle(0, first, "qhsm_ini73 ") + shape.transition(shape.leaf(first), source, target));
             }
 }
 }
 
 extern "C" void Q_onAssert(char const* module, int line)
 {
-    s_trace += step(module, line);
+    s_trace += Shape::step(module, line);
 }
 
 TEST(Hsm, TakesAllTransitionsAndReportsLongPaths)
