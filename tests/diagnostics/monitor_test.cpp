@@ -206,13 +206,12 @@ TEST_F(MonitorTest, ObserversChangeEverythingInsideANotification)
 TEST_F(MonitorTest, ContainerSortsByPriorityWithTheNewestFirst)
 {
     String order;
-    Recorder recorders[] = {Recorder([&] { order += 'a'; }), Recorder([&] { order += 'b'; }),
-                            Recorder([&] { order += 'c'; })};
-    RTD::Monitor::Delegate delegates[] = {RTD::Monitor::Delegate(&recorders[0]), RTD::Monitor::Delegate(&recorders[1]),
-                                          RTD::Monitor::Delegate(&recorders[2])};
+    Recorder a([&] { order += 'a'; }), b([&] { order += 'b'; }), c([&] { order += 'c'; });
+    RTD::Monitor::Delegate ofA(&a), ofB(&b), ofC(&c); // their first references are never given back
     ObserverContainer<RTD::Monitor, RTD::Monitor::Observer> container;
-    for (unsigned int i = 0; i < 3; i++)
-        container.addObserver(&delegates[i], i != 1, false);
+    container.addObserver(&ofA, 1, false);
+    container.addObserver(&ofB, 0, false);
+    container.addObserver(&ofC, 1, false);
     container.broadcastEvent(Recorder::Event(add(MON_TEST)), &RTD::Monitor::Observer::onMonitorAdded);
     EXPECT_EQ(order, "bca");
 }
