@@ -62,6 +62,7 @@ void compress(uint32_t (&total)[5], unsigned char const* blocks, unsigned int co
         for (int i = 0; i < 5; ++i)
             total[i] += state[i];
     }
+    ZK::Detail::wipeSecret(words, sizeof(words)); // they may be the pad of an HMAC
 }
 }
 
