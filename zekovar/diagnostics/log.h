@@ -6,8 +6,8 @@
 
 #include <syslog.h>
 
-/// How code writes its lines. Safe from every thread, under any lock, before the repository exists and after it is gone;
-/// nothing here waits for a loop or brings anything into being.
+/// How code writes its lines. Safe from every thread, under any lock, before the repository exists and after it is
+/// gone; nothing here waits for a loop or brings anything into being.
 ///
 ///     RTD_DEBUG(MON_JOB, 1, "[%s] State: %s", describe().c_str(), state);
 ///     RTD::error(MON_JOB, "[%s] CANNOT INVOKE", name.c_str());

@@ -12,8 +12,8 @@ class Monitor;
 
 namespace RTD::Detail
 {
-/// What a debug line by id looks at before anything else. It lies outside the monitors and the repository, so that a line
-/// may be written before they exist and after they are gone, and it is only written when a level or a base monitor
+/// What a debug line by id looks at before anything else. It lies outside the monitors and the repository, so that a
+/// line may be written before they exist and after they are gone, and it is only written when a level or a base monitor
 /// changes, so that it stays in every processor's cache.
 struct LogGate
 {

@@ -18,13 +18,13 @@ namespace RTD
 ///
 /// Operators and programs open sessions on it, each with a name, a severity and a debug level. The monitor folds them
 /// into one effective debug level, and a debug line passes if its detail level, 0 upward, isn't above that; at -1 none
-/// does. The table of monitors sets a ceiling for each id; a ceiling below -1 makes a permanent monitor, which is always
-/// at 9.
+/// does. The table of monitors sets a ceiling for each id; a ceiling below -1 makes a permanent monitor, which is
+/// always at 9.
 ///
-/// Writing lines and reading the id, the levels and the debug severity is safe from every thread that holds a reference.
-/// It needs no lock: on a `ZKPPtr` write `(*monitor).monitor(...)`, because its arrow takes one. Everything else needs the
-/// monitor's lock, which is the loop `CRIT` standing still at priority normal: the arrow takes it, the repository's
-/// operations hold it. Observers are called with it.
+/// Writing lines and reading the id, the levels and the debug severity is safe from every thread that holds a
+/// reference. It needs no lock: on a `ZKPPtr` write `(*monitor).monitor(...)`, because its arrow takes one. Everything
+/// else needs the monitor's lock, which is the loop `CRIT` standing still at priority normal: the arrow takes it, the
+/// repository's operations hold it. Observers are called with it.
 ///
 ///     ZKPPtr<RTD::Monitor> monitor = RTD::REPOSITORY::GET_MONITOR(MON_JOB);
 ///     if (monitor) monitor->addSession("cli", LOG_DEBUG, 2);
@@ -63,8 +63,8 @@ public:
     /// Only for the repository. `NO_SLOT` and `NO_PORT` make the base monitor of the id.
     Monitor(RtdMonitorID id, unsigned int slot, unsigned int port);
 
-    /// As `release`: nobody else sees what the destructor touches, so it needs no lock, and the last reference may go on
-    /// any thread, under any lock and after the loop is gone.
+    /// As `release`: nobody else sees what the destructor touches, so it needs no lock, and the last reference may go
+    /// on any thread, under any lock and after the loop is gone.
     void protectedRelease() override;
 
     ~Monitor() override;

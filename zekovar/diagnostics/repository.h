@@ -15,10 +15,10 @@ namespace RTD
 {
 /// The register of all monitors of the process.
 ///
-/// A monitor is known by its id, slot and port; slot 254 and port 65534 mean the base monitor of the id. Its lock is that
-/// of the monitors, the loop `CRIT` standing still, and the arrow holds it for the call. The static functions look
-/// monitors up without it and don't bring the repository into being: they never wait for a loop and may be used on every
-/// thread and under any lock.
+/// A monitor is known by its id, slot and port; slot 254 and port 65534 mean the base monitor of the id. Its lock is
+/// that of the monitors, the loop `CRIT` standing still, and the arrow holds it for the call. The static functions look
+/// monitors up without it and don't bring the repository into being: they never wait for a loop and may be used on
+/// every thread and under any lock.
 ///
 ///     RTD::REPOSITORY::_INSTANCE()->addMonitor(MON_SIP_TRANSPORT, 2, 14);
 ///     RTD::REPOSITORY::_INSTANCE()->enableMonitor("sip-transport", 2, 14, "cli", LOG_DEBUG, 3);
@@ -35,8 +35,9 @@ public:
     /// The base monitor, or null. The arrow of the result takes the monitor's lock, which waits for `CRIT`.
     static ZKPPtr<Monitor> GET_MONITOR(RtdMonitorID id);
 
-    /// The base monitor if there is one and `detailLevel` isn't above its effective debug level, else null. No reference
-    /// goes with it: it is for ids whose monitor outlives its users. The macros of `diagnostics/log.h` are safe with any.
+    /// The base monitor if there is one and `detailLevel` isn't above its effective debug level, else null. No
+    /// reference goes with it: it is for ids whose monitor outlives its users. The macros of `diagnostics/log.h` are
+    /// safe with any.
     static Monitor* GET_MONITOR_IF_ENABLED_FOR_LOGGING(RtdMonitorID id, int detailLevel)
     {
         return Detail::passGate(id, detailLevel);
@@ -50,8 +51,8 @@ public:
 
     /// Makes a monitor, or counts one more registration of it. A new one is told to the observers, gets the sessions of
     /// its base monitor if it has a slot and a port, and the minimum level of its id. Null for an id that isn't in the
-    /// table, a slot above 254 or a port above 65534, and if an observer has removed it at once. The monitor stays until
-    /// as many removals.
+    /// table, a slot above 254 or a port above 65534, and if an observer has removed it at once. The monitor stays
+    /// until as many removals.
     Monitor* addMonitor(RtdMonitorID id, unsigned int slot, unsigned int port);
 
     /// Takes one registration back; the last one takes the monitor out and tells the observers. 0 in any case.
