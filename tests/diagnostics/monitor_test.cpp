@@ -9,9 +9,7 @@
 #include <tuple>
 #include <unistd.h>
 
-using RTD::NO_PORT;
-using RTD::NO_SLOT;
-using RTD::REPOSITORY;
+using namespace RTD;
 using Lines = std::vector<std::string>;
 
 namespace
@@ -19,7 +17,7 @@ namespace
 class MonitorTest : public testing::Test
 {
 protected:
-    ZKPPtr<RTD::Monitor> add(RtdMonitorID id) { return repository->addMonitor(id, NO_SLOT, NO_PORT); }
+    ZKPPtr<Monitor> add(RtdMonitorID id) { return repository->addMonitor(id, NO_SLOT, NO_PORT); }
 
     ~MonitorTest() override
     {
@@ -34,13 +32,13 @@ protected:
 };
 
 /// Returns how many arguments were evaluated.
-int writeEverywhere(RTD::Monitor* monitor)
+int writeEverywhere(Monitor* monitor)
 {
     int evaluated = 0;
     RTD_DEBUG(MON_TEST, 2, "id %d", ++evaluated);
     RTD_DEBUG_MONITOR(monitor, 2, "pointer %d", ++evaluated);
-    RTD::error(MON_TEST, "error");
-    RTD::warning(monitor, "warning");
+    error(MON_TEST, "error");
+    warning(monitor, "warning");
     ZK::Detail::logToMonitor(MON_TEST, LOG_DEBUG, "debug");
     ZK::Detail::logToSystemMonitor(LOG_CRIT, "system");
     return evaluated;
@@ -69,7 +67,7 @@ TEST(LogDeathTest, LinesAreSafeBeforeTheRepositoryExistsAndAfterItIsGone)
 
 TEST_F(MonitorTest, DebugLinesAreEvaluatedOnlyIfTheyPassAndOthersAlwaysGoOut)
 {
-    ZKPPtr<RTD::Monitor> monitor = add(MON_TEST);
+    ZKPPtr<Monitor> monitor = add(MON_TEST);
     for (int const level : {-1, 1, 2})
     {
         CapturedSyslog log;
@@ -97,7 +95,7 @@ TEST_F(MonitorTest, LevelFollowsSessionsMinimumAndCeiling)
     for (auto const& [id, minimum, requested, effective, heard] : rows)
     {
         repository->setMinDebugLevel(id, minimum);
-        ZKPPtr<RTD::Monitor> monitor = add(id);
+        ZKPPtr<Monitor> monitor = add(id);
         Recorder recorder;
         monitor->addObserver(&recorder);
         monitor->addSession("s", 6, requested);
@@ -111,11 +109,11 @@ TEST_F(MonitorTest, LevelFollowsSessionsMinimumAndCeiling)
 
 TEST_F(MonitorTest, ObserversAreBroughtUpToDateAndToldOfEachChange)
 {
-    ZKPPtr<RTD::Monitor> monitor = add(MON_JOB);
+    ZKPPtr<Monitor> monitor = add(MON_JOB);
     monitor->addSession("b", 7, 1);
     monitor->addSession("a", 3, 2);
     Recorder recorder;
-    RTD::Monitor::Delegate delegate(&recorder); // the first reference is never given back
+    Monitor::Delegate delegate(&recorder); // the first reference is never given back
     monitor->addObserver(&delegate);
     EXPECT_EQ(recorder.heard(), "session 8 b 7 1|session 8 a 3 2|8 level 2");
     monitor->addObserver(&delegate);
@@ -134,7 +132,7 @@ TEST_F(MonitorTest, ObserversAreBroughtUpToDateAndToldOfEachChange)
 
 TEST_F(MonitorTest, RegistrationsAreCountedAndBadKeysRefused)
 {
-    RTD::Monitor* const monitor = add(MON_TEST).getObj();
+    Monitor* const monitor = add(MON_TEST).getObj();
     EXPECT_EQ(add(MON_TEST), monitor);
     repository->removeMonitor(monitor);
     EXPECT_EQ(REPOSITORY::GET_MONITOR(MON_TEST), monitor);
@@ -152,21 +150,21 @@ TEST_F(MonitorTest, NewMonitorsTakeTheSessionsOfTheirBaseAndTheMinimumOfTheirIdA
     repository->addObserver(&recorder);
     EXPECT_EQ(recorder.heard(), "+7|session 7 cli 7 3|7 level 3");
     repository->setMinDebugLevel(MON_JOB, 2);
-    ZKPPtr<RTD::Monitor> const slot = repository->addMonitor(MON_TEST, 1, 2);
-    ZKPPtr<RTD::Monitor> const port = repository->addMonitor(MON_TEST, NO_SLOT, 2);
-    ZKPPtr<RTD::Monitor> const job = repository->addMonitor(MON_JOB, 1, 2);
+    ZKPPtr<Monitor> const slot = repository->addMonitor(MON_TEST, 1, 2);
+    ZKPPtr<Monitor> const port = repository->addMonitor(MON_TEST, NO_SLOT, 2);
+    ZKPPtr<Monitor> const job = repository->addMonitor(MON_JOB, 1, 2);
     EXPECT_EQ(job->getEffectiveDebugLevel(), 2);
     EXPECT_TRUE(repository->enableMonitor(MON_JOB, 1, 2, "web", 5, 4)) << "the first number is dropped";
     EXPECT_EQ(recorder.heard(), "+7|session 7 cli 7 3|7 level 3|+7|+8|session 8 web 4 1");
     EXPECT_TRUE(repository->getMonitor("test", 1, 2) == slot && !repository->getMonitor("Test", 1, 2));
-    ZKVector<ZKPPtr<RTD::Monitor>> enabled;
+    ZKVector<ZKPPtr<Monitor>> enabled;
     EXPECT_EQ(repository->getEnabledMonitors("cli", enabled).size(), 2u) << "not the one without a slot";
     EXPECT_TRUE(enabled[1] == slot && repository->disableMonitor("cli") && !repository->disableMonitor("cli"));
-    recorder.heard();
-    for (ZKPPtr<RTD::Monitor> const& monitor : {slot, port, job})
+    for (ZKPPtr<Monitor> const& monitor : {slot, port, job})
         repository->removeMonitor(monitor.getObj());
     slot->addSession("cli", 7, 0);
-    EXPECT_EQ(recorder.heard(), "-7|-7|-8") << "a removed monitor has lost its observers";
+    EXPECT_EQ(recorder.heard(), "7 level -1|gone 7 cli|7 level -1|gone 7 cli|-7|-7|-8")
+        << "a removed monitor has lost its observers";
     repository->removeObserver(&recorder);
     repository->disableMonitor(MON_TEST, NO_SLOT, NO_PORT, "cli");
     EXPECT_EQ(recorder.heard(), "");
@@ -174,7 +172,7 @@ TEST_F(MonitorTest, NewMonitorsTakeTheSessionsOfTheirBaseAndTheMinimumOfTheirIdA
 
 TEST_F(MonitorTest, ObserversChangeEverythingInsideANotification)
 {
-    ZKPPtr<RTD::Monitor> monitor = add(MON_JOB);
+    ZKPPtr<Monitor> monitor = add(MON_JOB);
     Recorder last, victim, late;
     Recorder first(
         [&]
@@ -207,11 +205,11 @@ TEST_F(MonitorTest, ContainerSortsByPriorityWithTheNewestFirst)
 {
     String order;
     Recorder a([&] { order += 'a'; }), b([&] { order += 'b'; }), c([&] { order += 'c'; });
-    RTD::Monitor::Delegate ofA(&a), ofB(&b), ofC(&c); // their first references are never given back
-    ObserverContainer<RTD::Monitor, RTD::Monitor::Observer> container;
+    Monitor::Delegate ofA(&a), ofB(&b), ofC(&c); // their first references are never given back
+    ObserverContainer<Monitor, Monitor::Observer> container;
     container.addObserver(&ofA, 1, false);
     container.addObserver(&ofB, 0, false);
     container.addObserver(&ofC, 1, false);
-    container.broadcastEvent(Recorder::Event(add(MON_TEST)), &RTD::Monitor::Observer::onMonitorAdded);
+    container.broadcastEvent(Recorder::Event(add(MON_TEST)), &Monitor::Observer::onMonitorAdded);
     EXPECT_EQ(order, "bca");
 }
