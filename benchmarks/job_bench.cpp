@@ -162,11 +162,11 @@ void ThreadJob_AsioPoolWithFuture(benchmark::State& state)
 
 BENCHMARK(ImmediateJob_Zekovar);
 BENCHMARK(ImmediateJob_StdDeferred);
-BENCHMARK(LoopPost_Zekovar)->Arg(1)->Arg(BURST)->UseRealTime();
-BENCHMARK(LoopJob_Zekovar)->Arg(1)->Arg(BURST)->UseRealTime();
-BENCHMARK(ThreadJob_Zekovar)->Arg(1)->Arg(BURST)->UseRealTime();
-BENCHMARK(ThreadJob_StdAsync)->Arg(1)->Arg(BURST)->UseRealTime();
+BENCHMARK(LoopPost_Zekovar)->Arg(1)->Arg(BURST)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(LoopJob_Zekovar)->Arg(1)->Arg(BURST)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(ThreadJob_Zekovar)->Arg(1)->Arg(BURST)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(ThreadJob_StdAsync)->Arg(1)->Arg(BURST)->MeasureProcessCPUTime()->UseRealTime();
 #ifdef ZEKOVAR_BENCH_HAS_ASIO
-BENCHMARK(ThreadJob_AsioPool)->Arg(1)->Arg(BURST)->UseRealTime();
-BENCHMARK(ThreadJob_AsioPoolWithFuture)->Arg(1)->Arg(BURST)->UseRealTime();
+BENCHMARK(ThreadJob_AsioPool)->Arg(1)->Arg(BURST)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(ThreadJob_AsioPoolWithFuture)->Arg(1)->Arg(BURST)->MeasureProcessCPUTime()->UseRealTime();
 #endif

@@ -100,18 +100,17 @@ XCode CExecutorEventLoop::post(IJob* job, ZKPtr<IFuture>& future)
     XCode code = Detail::createFuture(job, future);
     if (code.isErr())
         return code;
-    // the job may already run, and drop what the caller's pointer holds, while the event is being posted
-    ZKPtr<IFuture> const run(future);
-    ZKPtr<JobEvent> const event(MovePtr<JobEvent>(new JobEvent(*this, run.getObj())));
+    ZKPtr<JobEvent> const event(MovePtr<JobEvent>(new JobEvent(*this, future.getObj())));
     {
         ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
         m_pending.insert(event.getObj());
     }
-    run->invoked(this, event.getObj());
+    IFuture& run = *event->future;
+    run.invoked(this, event.getObj());
     code = event->set();
     if (code.isErr())
     {
-        (void)run->cancel(SIGTERM);
+        (void)run.cancel(SIGTERM);
         claim(event.getObj());
     }
     return code;

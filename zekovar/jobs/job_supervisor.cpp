@@ -63,15 +63,10 @@ void JobSupervisor::removeFuture(IFuture* future)
 {
     if (future == nullptr)
         return;
-    String const text = Detail::descriptionOf(future);
+    String text = Detail::descriptionOf(future);
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
     m_futures.remove(future);
-    record(text);
-}
-
-void JobSupervisor::record(String const& text)
-{
-    m_history[m_writeIndex % HISTORY_SIZE] = text;
+    std::swap(m_history[m_writeIndex % HISTORY_SIZE], text); // the one before goes without the lock
     m_writeIndex++;
     if (m_writeIndex - m_readIndex > HISTORY_SIZE)
         m_readIndex++;

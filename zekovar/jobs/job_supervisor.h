@@ -68,7 +68,6 @@ private:
     ~JobSupervisor() = delete;
 
     void add(FutureEntry const& entry);
-    void record(String const& text);
 
     ZKMutexPrivate m_mutex; // guards all the rest
     ZKPtrHashTable<IExecutor*> m_executors;
