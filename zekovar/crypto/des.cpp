@@ -8,6 +8,7 @@
 
 namespace
 {
+using ZK::Detail::DES_ROUNDS;
 using ZK::Detail::DesRoundKey;
 
 /// Exchanges the bits of `a` that `mask`, moved left by `distance`, covers with those of `b` under `mask`.
@@ -49,7 +50,7 @@ inline uint32_t mangle(uint32_t half, DesRoundKey const& key)
            lookUp[1][even >> 24 & 63] ^ lookUp[3][even >> 16 & 63] ^ lookUp[5][even >> 8 & 63] ^ lookUp[7][even & 63];
 }
 
-/// Runs `passes` times 16 rounds over one block; the permutations between two passes cancel each other.
+/// Runs `PASSES` times 16 rounds over one block; the permutations between two passes cancel each other.
 template <int PASSES>
 inline void crypt(unsigned char* block, DesRoundKey const* keys)
 {
@@ -60,7 +61,7 @@ inline void crypt(unsigned char* block, DesRoundKey const* keys)
     right = std::rotl(right, 1);
     for (int pass = 0; pass < PASSES; ++pass)
     {
-        for (int round = 0; round < ZK::Detail::DES_ROUNDS; round += 2, keys += 2)
+        for (unsigned int round = 0; round < DES_ROUNDS; round += 2, keys += 2)
         {
             left ^= mangle(right, keys[0]);
             right ^= mangle(left, keys[1]);
@@ -105,13 +106,12 @@ void expand(unsigned char const* key, bool decrypt, DesRoundKey* roundKeys)
     uint64_t const halves = select(bits, 64, ZK::Detail::DES_KEY_BITS);
     uint32_t left = static_cast<uint32_t>(halves >> 28);
     uint32_t right = static_cast<uint32_t>(halves & 0x0fffffff);
-    for (int round = 0; round < ZK::Detail::DES_ROUNDS; ++round)
+    for (unsigned int round = 0; round < DES_ROUNDS; ++round)
     {
         left = rotateKeyHalf(left, ZK::Detail::DES_KEY_SHIFTS[round]);
         right = rotateKeyHalf(right, ZK::Detail::DES_KEY_SHIFTS[round]);
         uint64_t const groups = select(static_cast<uint64_t>(left) << 28 | right, 56, ZK::Detail::DES_ROUND_KEY_BITS);
-        roundKeys[decrypt ? ZK::Detail::DES_ROUNDS - 1 - round : round] = {everySecondGroup(groups),
-                                                                           everySecondGroup(groups << 6)};
+        roundKeys[decrypt ? DES_ROUNDS - 1 - round : round] = {everySecondGroup(groups), everySecondGroup(groups << 6)};
     }
 }
 
@@ -210,8 +210,8 @@ XCode TripleDESEncryptionContext::initialize(CryptoDirection direction, CryptoMo
     if (decrypt)
         std::swap(first, third);
     keySetup(first, 0, decrypt);
-    keySetup(key + BLOCK_SIZE, ROUNDS, !decrypt);
-    keySetup(third, 2 * ROUNDS, decrypt);
+    keySetup(key + BLOCK_SIZE, DES_ROUNDS, !decrypt);
+    keySetup(third, 2 * DES_ROUNDS, decrypt);
     return XCODE_SUCCESS;
 }
 

@@ -6,6 +6,8 @@
 
 namespace ZK::Detail
 {
+inline constexpr unsigned int DES_ROUNDS = 16;
+
 /// The 48 bits of one round's key in groups of six, ready to be added to the rotated half of the data: the groups of
 /// S-boxes 1, 3, 5 and 7, and those of 2, 4, 6 and 8, each group in the low bits of a byte.
 struct DesRoundKey
@@ -34,12 +36,11 @@ public:
 
 protected:
     static constexpr unsigned int BLOCK_SIZE = 8; // bytes of a block, a vector and a single key
-    static constexpr unsigned int ROUNDS = 16;
 
 private:
     void desCrypt(unsigned char* block) const;
 
-    ZK::Detail::DesRoundKey m_roundKeys[ROUNDS] = {};
+    ZK::Detail::DesRoundKey m_roundKeys[ZK::Detail::DES_ROUNDS] = {};
 };
 
 /// Triple DES (FIPS 46-3): enciphers with the first key, deciphers with the second, enciphers with the third. The key
@@ -63,5 +64,5 @@ private:
     void keySetup(unsigned char const* key, unsigned int tableOffset, bool decrypt);
     void tripleDesCrypt(unsigned char* block) const;
 
-    ZK::Detail::DesRoundKey m_tripleRoundKeys[3 * ROUNDS] = {};
+    ZK::Detail::DesRoundKey m_tripleRoundKeys[3 * ZK::Detail::DES_ROUNDS] = {};
 };

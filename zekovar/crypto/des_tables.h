@@ -6,15 +6,13 @@
 // The tables of FIPS 46-3. Its bits are counted from 1, the most significant one.
 namespace ZK::Detail
 {
-inline constexpr int DES_ROUNDS = 16;
-
 /// Which bits of the key make the two halves of 28 bits (permuted choice 1).
 inline constexpr uint8_t DES_KEY_BITS[56] = {57, 49, 41, 33, 25, 17, 9,  1,  58, 50, 42, 34, 26, 18, 10, 2,  59, 51, 43,
                                              35, 27, 19, 11, 3,  60, 52, 44, 36, 63, 55, 47, 39, 31, 23, 15, 7,  62, 54,
                                              46, 38, 30, 22, 14, 6,  61, 53, 45, 37, 29, 21, 13, 5,  28, 20, 12, 4};
 
 /// How far the halves are rotated to the left before each round.
-inline constexpr uint8_t DES_KEY_SHIFTS[DES_ROUNDS] = {1, 1, 2, 2, 2, 2, 2, 2, 1, 2, 2, 2, 2, 2, 2, 1};
+inline constexpr uint8_t DES_KEY_SHIFTS[16] = {1, 1, 2, 2, 2, 2, 2, 2, 1, 2, 2, 2, 2, 2, 2, 1};
 
 /// Which bits of the halves make a round's key (permuted choice 2).
 inline constexpr uint8_t DES_ROUND_KEY_BITS[48] = {14, 17, 11, 24, 1,  5,  3,  28, 15, 6,  21, 10, 23, 19, 12, 4,
