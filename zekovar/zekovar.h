@@ -2,6 +2,8 @@
 
 // Every public header of the library. A daemon that cares for its build time includes just those that it needs.
 
+#include "zekovar/crypto/big_integer.h"
+#include "zekovar/crypto/challenge.h"
 #include "zekovar/crypto/crc32.h"
 #include "zekovar/crypto/crypto_utilities.h"
 #include "zekovar/crypto/des.h"
@@ -10,6 +12,8 @@
 #include "zekovar/crypto/hmac.h"
 #include "zekovar/crypto/md5.h"
 #include "zekovar/crypto/password.h"
+#include "zekovar/crypto/platform_public_key.h"
+#include "zekovar/crypto/rsa.h"
 #include "zekovar/crypto/sha1.h"
 #include "zekovar/crypto/sum_helper.h"
 
