@@ -32,9 +32,9 @@ String combined(char const* left, char const* right)
 
 TEST(IntSet, ReadsAndPrintsRanges)
 {
-    EXPECT_EQ(listed(setUp("1..3,5,7.."), setUp("3,1,2"), setUp("..2,1..4,,-3"), setUp(".."), setUp("")),
+    EXPECT_EQ(listed(setUp("1..3,5,7.."), setUp(" 3 , 0x1 ..\t2 "), setUp("..2,1..4,,-3"), setUp(".."), setUp("")),
               "1..3,5,7..9 #7|1..3 #3|-5..4 #10|-5..9 #15| #0");
-    for (char const* text : {"1,x", "x..2", "3..1"})
+    for (char const* text : {"1,x", "x..2", "3..1", "1,2x", "1-3", "1..2..3"})
         EXPECT_EQ(setUp(text), "INVALID FORMAT, 7") << text;
     for (char const* text : {"-6", "2..10", "12..", "4294967297", "..-4294967295"})
         EXPECT_EQ(setUp(text), "OUT OF RANGE, 7") << text;

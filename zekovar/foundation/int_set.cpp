@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <utility>
 
@@ -32,7 +33,11 @@ XCode parseNumber(String const& text, int& number)
 {
     if (!text.toInt32(number))
         return invalidFormat();
-    long long const whole = std::strtoll(text.c_str(), nullptr, 0); // what an int can't hold has lost its upper bits
+    // what an int can't hold has lost its upper bits, and what stands behind the number is still unread
+    char* end = nullptr;
+    long long const whole = std::strtoll(text.c_str(), &end, 0);
+    if (end[std::strspn(end, " \t\n\v\f\r")] != '\0')
+        return invalidFormat();
     return whole == number ? XCode() : outOfRange();
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <iterator>
+#include <utility>
 #include <vector>
 
 /// A set of integers, kept as sorted ranges: memory and time go with the number of ranges, not of integers.
@@ -32,10 +33,10 @@ public:
     ZKIntSet(int number) : m_ranges{{number, number}} {}
 
     /// Sets the set to what `text` lists; parts that are empty don't count. A range without its first or last number
-    /// begins at `minimum` or ends at `maximum`. Numbers are decimal, octal or hexadecimal, and what stands behind one
-    /// is ignored, as `String::toInt32` reads them.
-    /// Fails with the text "INVALID FORMAT" where no number stands or a range runs backwards, and with "OUT OF RANGE"
-    /// for a number below `minimum` or above `maximum`; the set stays then.
+    /// begins at `minimum` or ends at `maximum`. Numbers are decimal, octal or hexadecimal, as `String::toInt32` reads
+    /// them, with blanks around them.
+    /// Fails with the text "INVALID FORMAT" where something else than a number stands or a range runs backwards, and
+    /// with "OUT OF RANGE" for a number below `minimum` or above `maximum`; the set stays then.
     XCode setup(String const& text, int minimum, int maximum);
 
     bool isEmpty() const { return m_ranges.empty(); }
@@ -58,11 +59,11 @@ public:
     ZKIntSet& operator-=(ZKIntSet const& other);
     ZKIntSet& operator&=(ZKIntSet const& other);
 
-    friend ZKIntSet operator+(ZKIntSet left, ZKIntSet const& right) { return left += right; }
+    friend ZKIntSet operator+(ZKIntSet left, ZKIntSet const& right) { return std::move(left += right); }
 
-    friend ZKIntSet operator-(ZKIntSet left, ZKIntSet const& right) { return left -= right; }
+    friend ZKIntSet operator-(ZKIntSet left, ZKIntSet const& right) { return std::move(left -= right); }
 
-    friend ZKIntSet operator&(ZKIntSet left, ZKIntSet const& right) { return left &= right; }
+    friend ZKIntSet operator&(ZKIntSet left, ZKIntSet const& right) { return std::move(left &= right); }
 
     /// @}
 
@@ -83,16 +84,17 @@ private:
 class ZKIntSet::Iterator
 {
 public:
-    using iterator_category = std::forward_iterator_tag;
+    using iterator_concept = std::forward_iterator_tag;
+    using iterator_category = std::input_iterator_tag; // numbers are given by value
     using value_type = int;
     using difference_type = std::ptrdiff_t;
-    using pointer = int const*;
-    using reference = int const&;
+    using pointer = void;
+    using reference = int;
 
     /// Belongs to no set.
     Iterator() = default;
 
-    int const& operator*() const { return m_number; }
+    int operator*() const { return m_number; }
 
     Iterator& operator++()
     {
