@@ -35,9 +35,9 @@ TEST(Marshaller, ValuesComeBackInTheOrderOfTheirStatedForm)
     XCode plain;
     ASSERT_TRUE(marshaller.unmarshal(number) && marshaller.unmarshal(block, 2) && marshaller.unmarshal(text) &&
                 marshaller.unmarshal(code) && marshaller.unmarshal(plain) && marshaller.unmarshal(kept));
-    EXPECT_EQ(listed(number, block, text, code.toString(), code.getRawValue(), plain.getRawValue(), kept),
-              "-2|ab|text|why|5|285212674|kept");
-    EXPECT_EQ(marshaller.getLength(), 0u);
+    EXPECT_EQ(listed(number, block, text, code.toString(), code.getRawValue(), plain.getRawValue(), kept,
+                     marshaller.getLength()),
+              "-2|ab|text|why|5|285212674|kept|0");
 }
 
 TEST(Marshaller, WhatIsNotThereFailsAndLeavesTheTargetAlone)
@@ -58,8 +58,7 @@ TEST(Marshaller, WhatIsNotThereFailsAndLeavesTheTargetAlone)
         EXPECT_TRUE(packed.unmarshal(code).isErr() && code == XCODE_HTTP);
     }
     ZKMarshaller marshaller;
-    EXPECT_FALSE(marshaller.marshal("", 0xFFFFFFFF) || marshaller.marshal(nullptr, 1));
-    EXPECT_EQ(marshaller.getLength(), 0u) << "no length stays of what wasn't packed";
+    EXPECT_FALSE(marshaller.marshal("", 0xFFFFFFFF) || marshaller.marshal(nullptr, 1) || marshaller.getLength() > 0);
 }
 
 TEST(Marshaller, CopiesShareUntilOneChanges)
@@ -88,13 +87,14 @@ TEST(Marshaller, BufferUsesTheGapInFrontAndDoesNotGrowWhileItIsDrained)
     {
         unsigned char const* const payload = each->getData();
         EXPECT_TRUE(each->addHeader("front: ", 7) && each->getData() == payload - 7) << "the payload stays in place";
+        EXPECT_EQ(each->getCapacity(), buffer->getCapacity());
     }
-    EXPECT_EQ(buffer->getCapacity(), clone->getCapacity());
     clone->release();
     char end[3];
     EXPECT_TRUE(buffer->removeTail(end, 3) && end[0] == 'o' && buffer->removeTail(12).isErr());
+    unsigned int const capacity = buffer->getCapacity();
     for (int i = 0; i < 100000; ++i)
         buffer->addTail(&i, sizeof i), buffer->removeHeader(sizeof i);
-    EXPECT_LT(buffer->getCapacity(), 500u);
+    EXPECT_EQ(buffer->getCapacity(), capacity) << "neither the gap nor a new start costs room";
     buffer->release();
 }

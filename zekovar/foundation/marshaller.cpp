@@ -25,11 +25,10 @@ ZKMarshaller::Buffer::Buffer(unsigned int capacity)
 }
 
 ZKMarshaller::Buffer::Buffer(Buffer const& other)
-    : m_refCount(1), m_data(nullptr, 0, other.m_data.capacity() - ROUNDING, other.m_data.frontGap())
+    : m_refCount(1), m_data(nullptr, 0, other.m_data.capacity() - ROUNDING, 0)
 {
-    if (other.m_data.isEmpty())
-        return;
-    m_data.setLength(other.m_data.length());
+    m_data.setLength(other.m_data.frontGap() + other.m_data.length());
+    m_data.deleteRegion(0, other.m_data.frontGap(), true);
     std::memcpy(m_data.data(), other.m_data.data(), other.getLength());
 }
 
@@ -57,8 +56,8 @@ catch (std::bad_alloc const&)
     return nullptr;
 }
 
-/// Grows by half, so that packing many values takes linear time. A gap that outweighs the content is dropped: a buffer
-/// that is filled behind and emptied in front would grow without end otherwise.
+/// Grows by half, so that packing many values takes linear time, and never shrinks. A gap that outweighs the content is
+/// dropped: a buffer that is filled behind and emptied in front would grow without end otherwise.
 XCode ZKMarshaller::Buffer::addTail(void const* data, unsigned int size)
 {
     if (!canTake(data, size))
@@ -73,7 +72,8 @@ XCode ZKMarshaller::Buffer::addTail(void const* data, unsigned int size)
     }
 
     int const gap = m_data.frontGap() <= m_data.length() ? m_data.frontGap() : 0;
-    Bytes grown(m_data.data(), m_data.length(), gap + needed + needed / 2, gap);
+    int const room = std::max(gap + needed + needed / 2, m_data.capacity() - ROUNDING);
+    Bytes grown(m_data.data(), m_data.length(), room, gap);
     grown.insert(grown.length(), bytes, count); // the bytes may lie in the old memory, which is still there
     m_data = std::move(grown);
     return XCODE_SUCCESS;
