@@ -185,10 +185,9 @@ void StringTokenizer::buildString(String& target) const
 
 String StringTokenizer::tokenToString(String const& token) const
 {
-    CharacterSet const delimiters(m_delimiters);
     for (int i = 0; usesQuotes() && i < token.length(); ++i)
     {
-        if (delimiters.contains(token.c_str()[i]))
+        if (m_delimiters.indexOf(token.c_str()[i]) >= 0)
             return String(m_open[0]).concat(token).concat(String(m_close[0]));
     }
     return token;
