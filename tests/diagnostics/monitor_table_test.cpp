@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 #include <map>
+#include <set>
 #include <string>
 
-TEST(MonitorTable, EveryRowHasItsLevelAndANameOfItsOwn)
+TEST(MonitorTable, EveryRowHasItsLevelAndANameAndAPromptOfItsOwn)
 {
     std::map<int, int> rowsOfLevel;
     std::map<std::string, int> idOfName;
+    std::set<std::string> prompts;
     for (int id = 0; id <= RTD_MONITOR_COUNT; id++)
     {
         RtdMonitorInfo const& info = *getRtdMonitorInfo(static_cast<RtdMonitorID>(id));
@@ -15,6 +17,7 @@ TEST(MonitorTable, EveryRowHasItsLevelAndANameOfItsOwn)
         bool const isPermanent = info.maxDebugLevel < -1;
         rowsOfLevel[info.maxDebugLevel] += id < RTD_MONITOR_COUNT ? 1 : 0;
         EXPECT_EQ(idOfName.emplace(info.name, id).second, id != RTD_MONITOR_COUNT) << info.name;
+        EXPECT_EQ(prompts.emplace(info.prompt, 0, 10).second, id != RTD_MONITOR_COUNT) << info.prompt;
         for (char const* text : {info.name, info.prompt, info.description})
             EXPECT_EQ(*text != '\0', isUsed) << id;
         EXPECT_EQ(info.severityMask, !isUsed || id == MON_NO                                      ? 0u

@@ -10,7 +10,8 @@ struct RtdMonitorInfo
     /// As users type it; unique.
     char const* name;
 
-    /// What log lines of the monitor begin with; `RTD::BUILD_LOG_PROMPT` cuts and pads it.
+    /// What log lines of the monitor begin with. `RTD::BUILD_LOG_PROMPT` cuts and pads it to ten characters, by which
+    /// no two monitors are alike.
     char const* prompt;
 
     char const* description;

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <new>
@@ -12,7 +13,7 @@
 
 namespace
 {
-constexpr int COLUMN = 10;
+constexpr std::size_t COLUMN = 10;
 constexpr unsigned int LINE_BUDGET = 900;
 
 struct SeverityNames
@@ -38,7 +39,7 @@ char const* severityName(int severity, char const* SeverityNames::*form)
 String promptOf(String const& name, int extra)
 {
     char prompt[] = "           # ";
-    std::memcpy(prompt, name.c_str(), static_cast<std::size_t>(std::min(name.length(), COLUMN)));
+    std::memcpy(prompt, name.c_str(), ::strnlen(name.c_str(), COLUMN));
     String result;
     result.reserve(static_cast<int>(sizeof prompt) - 1 + extra);
     return result.concat(prompt, sizeof prompt - 1);
@@ -205,11 +206,9 @@ void VSYSLOG_PREFIX(String const& prompt, int severity, String const& extra, cha
 {
     int const savedErrno = errno;
     Message message(format, arguments); // before anything that may change what "%m" stands for
-    char* line = message.text();
-    if (*line == '\0')
-        return;
     String prefix;
     BUILD_LOG_PREFIX(prefix, prompt, severity, extra);
+    char* line = message.text();
     Breaks breaks(line);
     while (*line != '\0')
     {

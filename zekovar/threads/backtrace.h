@@ -53,8 +53,8 @@ public:
     void printToSyslog(int priority) const;
     void printToSyslogLocked(int priority) const;
 
-    /// The lines of `printToSyslog` to a monitor, whose prompt they bear. A severity of 7 stands for the monitor's debug
-    /// severity.
+    /// The lines of `printToSyslog` to the base monitor of an id, whose prompt they bear. A severity of 7 stands for the
+    /// monitor's debug severity. Without that monitor they go to syslog with the same prompt.
     void printToRtd(RtdMonitorID monitor, int severity) const;
     void printToRtdLocked(RtdMonitorID monitor, int severity) const;
 

@@ -14,9 +14,11 @@ using Guard = ZKAutoLock<ZKMutexPrivate>;
 
 void _ZKTask::execute()
 {
-    // The task may be gone behind the barrier.
-    if (pthread_barrier_t* const barrier = std::exchange(m_barrier, nullptr); barrier != nullptr)
-        pthread_barrier_wait(barrier);
+    pthread_barrier_t* const barrier = m_barrier;
+    if (barrier == nullptr) // several workers may execute one task at a time then
+        return;
+    m_barrier = nullptr; // the task may be gone behind the barrier
+    pthread_barrier_wait(barrier);
 }
 
 XCode _ZKTask::setBarrier(pthread_barrier_t* barrier)

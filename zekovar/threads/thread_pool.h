@@ -85,7 +85,8 @@ private:
 ///     pool.setup(4);
 ///     pool.setTask(&task); // the task lives until it was executed
 ///
-/// A worker of a pool frees itself when its thread ends, whatever ends it.
+/// A worker of a pool frees itself when its thread ends, also when a task ends it. Nobody else stops one: the pool may
+/// be about to give it a task.
 class _ZKThreadPool
 {
 public:
