@@ -5,8 +5,9 @@ set(headers_of_foundation foundation)
 set(headers_of_files foundation files)
 set(headers_of_threads foundation files threads)
 set(headers_of_events foundation files threads events)
-set(headers_of_diagnostics foundation files threads events diagnostics)
-set(headers_of_jobs foundation files threads events diagnostics jobs)
+set(headers_of_property foundation files threads events property)
+set(headers_of_diagnostics foundation files threads events property diagnostics)
+set(headers_of_jobs foundation files threads events property diagnostics jobs)
 set(headers_of_regex foundation regex)
 set(headers_of_crypto foundation files crypto)
 # The counted pointers and singletons lock, and random numbers come from a file.
@@ -16,6 +17,8 @@ set(allowed_foundation/random.h files/file.h)
 set(sources_of_files threads)
 # The standard loops run jobs.
 set(allowed_events/standard_loops.cpp jobs/executor_event_loop.h)
+# Preferences are summed.
+set(allowed_files/preferences.cpp crypto/crc32.h)
 # Any file may name a monitor and write a line to it.
 set(narrow diagnostics/monitor_id.h diagnostics/system_monitor.h)
 
