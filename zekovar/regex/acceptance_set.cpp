@@ -67,8 +67,16 @@ void RE_AcceptanceSet::denyCharRange(Byte from, Byte to)
 
 void RE_AcceptanceSet::allowCharRange(Byte from, Byte to)
 {
-    for (unsigned c = from; c <= to; c++)
-        allowChar(static_cast<Byte>(c));
+    if (from > to)
+        return;
+    unsigned const firstWord = from >> 5;
+    unsigned const lastWord = to >> 5;
+    for (unsigned i = firstWord; i <= lastWord; i++)
+    {
+        uint32_t const above = i == firstWord ? ~uint32_t{0} << (from & 31) : ~uint32_t{0};
+        uint32_t const below = i == lastWord ? ~uint32_t{0} >> (31 - (to & 31)) : ~uint32_t{0};
+        m_words[i] |= above & below;
+    }
 }
 
 unsigned RE_AcceptanceSet::getCharCount() const
@@ -81,10 +89,14 @@ unsigned RE_AcceptanceSet::getCharCount() const
 
 RE_AcceptanceSet::Byte RE_AcceptanceSet::getAllowed(unsigned n) const
 {
-    for (unsigned c = 0; c < 256; c++)
+    for (unsigned i = 0; i < 8; i++)
     {
-        if (isCharAllowed(static_cast<Byte>(c)) && n-- == 0)
-            return static_cast<Byte>(c);
+        uint32_t word = m_words[i];
+        for (; word != 0; word &= word - 1)
+        {
+            if (n-- == 0)
+                return static_cast<Byte>(i * 32 + static_cast<unsigned>(std::countr_zero(word)));
+        }
     }
     return 0;
 }

@@ -1,5 +1,7 @@
 #include "zekovar/regex/chain_matcher.h"
 
+#include "zekovar/regex/closure_matcher.h"
+#include "zekovar/regex/group_matcher.h"
 #include "zekovar/regex/leaf_step.h"
 
 using namespace ZK::Detail;
@@ -16,6 +18,17 @@ void freeChain(ZKPtr<RE_Matcher>& link)
         ZKPtr<RE_Matcher> rest(std::move(static_cast<Pair*>(link.get())->link()));
         link = std::move(rest);
     }
+}
+
+/// The node itself if it is a greedy run, or the run that it doesn't let back into; else null.
+RE_ClosureMatcher const* greedyRun(RE_Matcher const& node)
+{
+    bool const atomic = node.kind() == RE_Matcher::Kind::ATOMIC;
+    RE_Matcher const& inner = atomic ? static_cast<RE_AtomicGroupMatcher const&>(node).body() : node;
+    if (inner.kind() != RE_Matcher::Kind::CLOSURE)
+        return nullptr;
+    auto const& closure = static_cast<RE_ClosureMatcher const&>(inner);
+    return closure.isRun() && closure.isGreedy() ? &closure : nullptr;
 }
 
 int leadingByte(RE_Matcher const& node)
@@ -66,20 +79,39 @@ XCode RE_SequenceMatcher::match(RE_MatchContext& context, RE_MatchParameters& pa
     return matchChain(this, context, parameters, next);
 }
 
-// Leaves need no continuation, because they have no second way that a later failure could lead back to.
+// What has just one way to match needs no continuation, because no later failure leads back to it. So a chain takes
+// stack only for the terms that have several.
 XCode RE_SequenceMatcher::matchChain(RE_Matcher const* node, RE_MatchContext& context, RE_MatchParameters& parameters,
                                      RE_Continuation const& next)
 {
     while (node->kind() == KIND)
     {
         auto const& pair = static_cast<RE_SequenceMatcher const&>(*node);
-        RE_Matcher const* const first = pair.m_first.get();
-        if (!first->isLeaf())
+        RE_Matcher const& first = pair.first();
+        RegexStep step;
+        if (first.isLeaf())
+        {
+            step = stepLeaf(first, context, parameters);
+        }
+        else if (RE_ClosureMatcher const* const run = greedyRun(first))
+        {
+            unsigned spare = 0;
+            step = run->takeRun(context, parameters, spare);
+            if (run != &first && step == RegexStep::RAN_OUT)
+            {
+                step = RegexStep::MATCHED; // an atomic group goes on even so
+            }
+            else if (run == &first && step == RegexStep::MATCHED && spare > 0)
+            {
+                Continuation const rest(pair, next);
+                return run->shortenRun(spare, context, parameters, rest);
+            }
+        }
+        else
         {
             Continuation const rest(pair, next);
-            return first->match(context, parameters, rest);
+            return first.match(context, parameters, rest);
         }
-        RegexStep const step = stepLeaf(*first, context, parameters);
         if (step != RegexStep::MATCHED)
             return step == RegexStep::RAN_OUT ? XCODE_SUCCESS : XCODE_FAILURE;
         node = pair.m_second.get();

@@ -18,6 +18,9 @@ public:
 
     RE_Matcher const& second() const { return *m_second; }
 
+    /// The byte that the second node begins with, -1 if it isn't just one.
+    int nextByte() const { return m_nextByte; }
+
     static constexpr Kind KIND = Kind::SEQUENCE;
 
     /// The link to the next pair of a chain.
@@ -31,7 +34,7 @@ private:
 
     ZKPtr<RE_Matcher> m_first;
     ZKPtr<RE_Matcher> m_second;
-    int m_nextByte; // that the second node begins with, -1 if it isn't just one
+    int m_nextByte;
 };
 
 /// Matches one node or, where that leads nowhere, another one.

@@ -159,39 +159,44 @@ int RE_ClosureMatcher::runLength(RE_MatchContext const& context, RE_MatchParamet
     }
 }
 
+RegexStep RE_ClosureMatcher::takeRun(RE_MatchContext& context, RE_MatchParameters const& parameters,
+                                     unsigned& spare) const
+{
+    int const left = context.isBackward() ? context.position : parameters.length - context.position;
+    unsigned const required = min();
+    unsigned const wanted = std::min(m_greedy ? m_max : required, static_cast<unsigned>(left));
+    auto const length = static_cast<unsigned>(runLength(context, parameters, static_cast<int>(wanted)));
+    if (!context.isBackward())
+        context.weigh(static_cast<int>(length), runWeight());
+    context.position += context.isBackward() ? -static_cast<int>(length) : static_cast<int>(length);
+
+    bool const triesOneMore = length < (m_greedy ? m_max : required);
+    if (triesOneMore && length == static_cast<unsigned>(left) && context.isPartial())
+        return RegexStep::RAN_OUT;
+    if (length < required)
+        return RegexStep::FAILED;
+    spare = length - required;
+    return RegexStep::MATCHED;
+}
+
 XCode RE_ClosureMatcher::matchRun(RE_MatchContext& context, RE_MatchParameters& parameters,
                                   RE_Continuation const& next) const
 {
-    int const left = context.isBackward() ? context.position : parameters.length - context.position;
-    auto const required = std::min(m_min, m_max);
-    auto const wanted = std::min(m_greedy ? m_max : required, static_cast<unsigned>(left));
-    auto const length = static_cast<unsigned>(runLength(context, parameters, static_cast<int>(wanted)));
-    if (context.isBackward())
-    {
-        context.position -= static_cast<int>(length);
-    }
-    else
-    {
-        context.weigh(static_cast<int>(length), runWeight());
-        context.position += static_cast<int>(length);
-    }
-
-    bool const triesOneMore = m_greedy ? length < m_max : length < required;
-    if (triesOneMore && length == static_cast<unsigned>(left) && context.isPartial())
-        return XCODE_SUCCESS;
-    if (length < required)
-        return XCODE_FAILURE;
-    return m_greedy ? shortenRun(length - required, context, parameters, next)
-                    : extendRun(m_max - required, context, parameters, next);
+    unsigned spare;
+    RegexStep const step = takeRun(context, parameters, spare);
+    if (step != RegexStep::MATCHED)
+        return step == RegexStep::RAN_OUT ? XCODE_SUCCESS : XCODE_FAILURE;
+    return m_greedy ? shortenRun(spare, context, parameters, next)
+                    : extendRun(m_max - min(), context, parameters, next);
 }
 
 // Every length is a choice of its own; returning to it takes no more than its position.
-XCode RE_ClosureMatcher::shortenRun(unsigned most, RE_MatchContext& context, RE_MatchParameters& parameters,
+XCode RE_ClosureMatcher::shortenRun(unsigned spare, RE_MatchContext& context, RE_MatchParameters& parameters,
                                     RE_Continuation const& next) const
 {
     int const step = context.isBackward() ? -1 : 1;
     RE_MatchContext::Choice choice = context.save();
-    for (;; most--, choice.position -= step)
+    for (;; spare--, choice.position -= step)
     {
         context.restore(choice);
         if (canGoOn(context, parameters, next))
@@ -200,7 +205,7 @@ XCode RE_ClosureMatcher::shortenRun(unsigned most, RE_MatchContext& context, RE_
             if (code.isSuccess())
                 return code;
         }
-        if (most == 0)
+        if (spare == 0)
             return XCODE_FAILURE;
     }
 }
@@ -214,7 +219,7 @@ XCode RE_ClosureMatcher::extendRun(unsigned most, RE_MatchContext& context, RE_M
         {
             RE_MatchContext::Choice const choice = context.save();
             XCode code = next.continueMatch(context, parameters);
-            if (code.isSuccess())
+            if (code.isSuccess() || most == 0)
                 return code;
             context.restore(choice);
         }

@@ -2,6 +2,11 @@
 
 #include "zekovar/regex/matcher.h"
 
+namespace ZK::Detail
+{
+enum class RegexStep;
+}
+
 /// Repeats a node.
 ///
 /// An iteration beyond the minimum must consume something, and groups in the body are unset when one begins. A body of
@@ -21,7 +26,8 @@ public:
 
     RE_Matcher const& body() const { return *m_body; }
 
-    unsigned min() const { return m_min; }
+    /// Iterations that a match has at least.
+    unsigned min() const { return m_min < m_max ? m_min : m_max; }
 
     unsigned max() const { return m_max; }
 
@@ -33,6 +39,15 @@ public:
     /// Bytes in a row that the body of a run accepts at the position, up to `limit`, in the direction of the match.
     int runLength(RE_MatchContext const& context, RE_MatchParameters const& parameters, int limit) const;
 
+    /// Takes all the iterations of a run that come first: as many as there are if it is greedy, else the required ones.
+    /// A greedy run may give `spare` of them back.
+    ZK::Detail::RegexStep takeRun(RE_MatchContext& context, RE_MatchParameters const& parameters,
+                                  unsigned& spare) const;
+
+    /// Matches what is behind a run that was taken, at its present end or further back.
+    XCode shortenRun(unsigned spare, RE_MatchContext& context, RE_MatchParameters& parameters,
+                     RE_Continuation const& next) const;
+
 private:
     class Continuation;
 
@@ -41,8 +56,6 @@ private:
     XCode matchBody(RE_MatchContext& context, RE_MatchParameters& parameters, RE_Continuation const& next, unsigned min,
                     unsigned max) const;
     XCode matchRun(RE_MatchContext& context, RE_MatchParameters& parameters, RE_Continuation const& next) const;
-    XCode shortenRun(unsigned most, RE_MatchContext& context, RE_MatchParameters& parameters,
-                     RE_Continuation const& next) const;
     XCode extendRun(unsigned most, RE_MatchContext& context, RE_MatchParameters& parameters,
                     RE_Continuation const& next) const;
     unsigned char runWeight() const;

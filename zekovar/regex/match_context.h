@@ -3,6 +3,7 @@
 #include "zekovar/foundation/string.h"
 #include "zekovar/foundation/vector.h"
 
+#include <cstdint>
 #include <cstring>
 
 /// How a subject is matched; a bit set of these is what callers pass as `flags`.
@@ -57,8 +58,9 @@ public:
     /// Makes room for the weights of a subject of `length` bytes, without touching them. False if memory is out.
     bool reserveWeights(int length)
     {
-        m_marks = weights.reserve(length).data();
-        return weights.capacity() >= length;
+        int const room = length + static_cast<int>(sizeof(uint64_t));
+        m_marks = weights.reserve(room).data();
+        return weights.capacity() >= room;
     }
 
     Choice save() const { return {flags, position, m_overwrittenCount}; }
@@ -84,7 +86,17 @@ public:
     bool isExhausted() const { return m_isExhausted; }
 
     /// Marks `count` bytes from the position on as consumed with `weight`.
-    void weigh(int count, unsigned char weight) { std::memset(m_marks + position, weight, count); }
+    void weigh(int count, unsigned char weight)
+    {
+        if (count > static_cast<int>(sizeof(uint64_t)))
+        {
+            std::memset(m_marks + position, weight, static_cast<std::size_t>(count));
+            return;
+        }
+        // most runs are short, and what lies behind them may be overwritten
+        uint64_t const marks = weight * UINT64_C(0x0101010101010101);
+        std::memcpy(m_marks + position, &marks, sizeof marks);
+    }
 
     void weigh(unsigned char weight) { m_marks[position] = static_cast<char>(weight); }
 

@@ -20,8 +20,8 @@ class Links
 public:
     void add(ZKPtr<RE_Matcher>& node)
     {
-        if (m_nodes.size() == m_nodes.capacity() && m_nodes.size() > 0)
-            m_nodes.enlarge(2 * m_nodes.size());
+        if (m_nodes.size() == m_nodes.capacity())
+            m_nodes.enlarge(2 * m_nodes.size() + 7);
         m_nodes.add(std::move(node));
     }
 

@@ -7,8 +7,11 @@
 #include <cstring>
 
 ZKRegEx::Pattern::Pattern(ZKPtr<RE_Matcher> root, String const& expression, unsigned captureCount,
-                          ZKVector<String> const& captureNames)
-    : m_root(std::move(root)), m_expression(expression), m_captureCount(captureCount), m_captureNames(captureNames)
+                          ZKVector<String> captureNames)
+    : m_root(std::move(root)),
+      m_expression(expression),
+      m_captureCount(captureCount),
+      m_captureNames(std::move(captureNames))
 {
 }
 
@@ -66,13 +69,12 @@ XCode ZKRegEx::Matcher::matchNext()
 
 void ZKRegEx::Matcher::acceptMatch(RE_MatchContext& context)
 {
-    int const consumedFrom = context.isBackward() ? context.position : std::min(context.attempt, context.position);
-    if (m_ones < consumedFrom)
-    {
-        std::memset(context.weights.data() + m_ones, 1, static_cast<std::size_t>(consumedFrom - m_ones));
-        m_ones = consumedFrom;
-    }
-    context.weights.native_alloc(context.position);
+    int const end = context.position;
+    int const start = (m_flags & RE_FLAG_BACKWARD) != 0 ? end : std::min(context.attempt, end);
+    if (m_ones < start)
+        std::memset(context.weights.data() + m_ones, 1, static_cast<std::size_t>(start - m_ones));
+    m_ones = start;
+    context.weights.native_alloc(end);
     for (RE_Capture& capture : context.captures)
     {
         if (capture.start >= 0 && capture.end < 0)
@@ -80,7 +82,7 @@ void ZKRegEx::Matcher::acceptMatch(RE_MatchContext& context)
         else if (capture.start < 0 && capture.end >= 0)
             capture.start = 0;
     }
-    m_position = context.position > m_position ? context.position : context.position + 1;
+    m_position = end > m_position ? end : end + 1;
     m_weights = std::move(context.weights);
     m_captures = std::move(context.captures);
     m_result = XCODE_SUCCESS;
@@ -157,7 +159,8 @@ ZKPtr<ZKRegEx::Pattern> ZKRegEx::COMPILE_EXPRESSION(String const& expression)
     ZKPtr<RE_Matcher> root;
     if (RE_Parser::parseExpression(context, parameters, root).isErr())
         return ZKPtr<Pattern>();
-    return ZKPtr<Pattern>(new Pattern(root, expression, context.captureCount, parameters.captureNames));
+    return ZKPtr<Pattern>(
+        new Pattern(std::move(root), expression, context.captureCount, std::move(parameters.captureNames)));
 }
 
 ZKPtr<ZKRegEx::Formatter> ZKRegEx::COMPILE_FORMATTER(String const& format)
@@ -167,7 +170,7 @@ ZKPtr<ZKRegEx::Formatter> ZKRegEx::COMPILE_FORMATTER(String const& format)
     ZKPtr<RE_Formatter> root;
     if (RE_Parser::parseFormatString(context, parameters, root).isErr())
         return ZKPtr<Formatter>();
-    return ZKPtr<Formatter>(new Formatter(root, format));
+    return ZKPtr<Formatter>(new Formatter(std::move(root), format));
 }
 
 ZKPtr<ZKRegEx::Formatter> ZKRegEx::COMPILE_SUBSTITUTION(String const& replacement)

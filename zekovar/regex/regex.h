@@ -32,8 +32,7 @@ public:
     {
     public:
         /// `captureCount` includes group 0, which `root` sets to the whole match.
-        Pattern(ZKPtr<RE_Matcher> root, String const& expression, unsigned captureCount,
-                ZKVector<String> const& captureNames);
+        Pattern(ZKPtr<RE_Matcher> root, String const& expression, unsigned captureCount, ZKVector<String> captureNames);
 
         /// A matcher over a copy of `subject`, which keeps the pattern alive. Never null.
         ZKPtr<Matcher> createMatcher(String const& subject, unsigned flags) const;

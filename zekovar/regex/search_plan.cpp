@@ -5,6 +5,7 @@
 #include "zekovar/regex/group_matcher.h"
 #include "zekovar/regex/leaf_step.h"
 
+#include <algorithm>
 #include <cstring>
 
 using Kind = RE_Matcher::Kind;
@@ -39,11 +40,11 @@ bool addFirstBytesOfModified(RE_FlagModifierMatcher const& node, RE_AcceptanceSe
     bool const mayBeEmpty = addFirstBytes(node.body(), body);
     if ((node.enabled() & RE_FLAG_IGNORE_CASE) != 0)
         body.allowOtherCases();
-    bool const backward = (node.enabled() & RE_FLAG_BACKWARD) != 0;
-    if (backward)
-        body.allowAllChars();
     bytes.allowChars(body);
-    return mayBeEmpty || backward;
+    if ((node.enabled() & RE_FLAG_BACKWARD) == 0 || node.body().kind() == Kind::LOOKAROUND)
+        return mayBeEmpty;
+    bytes.allowAllChars(); // what stands behind bytes that were read backward may be anything
+    return true;
 }
 
 bool addFirstBytes(RE_Matcher const& node, RE_AcceptanceSet& bytes)
@@ -77,7 +78,7 @@ bool addFirstBytes(RE_Matcher const& node, RE_AcceptanceSet& bytes)
     {
         auto const& closure = static_cast<RE_ClosureMatcher const&>(node);
         bool const mayBeEmpty = addFirstBytes(closure.body(), bytes);
-        return mayBeEmpty || closure.min() == 0 || closure.max() == 0;
+        return mayBeEmpty || closure.min() == 0;
     }
     case Kind::GROUP:
         return addFirstBytes(static_cast<RE_CaptureGroupMatcher const&>(node).body(), bytes);
@@ -89,6 +90,14 @@ bool addFirstBytes(RE_Matcher const& node, RE_AcceptanceSet& bytes)
         bytes.allowAllChars();
         return true;
     }
+}
+
+/// The first place of a byte from `from` on, -1 if there is none.
+int findByte(int byte, int from, RE_MatchParameters const& parameters)
+{
+    void const* const found =
+        std::memchr(parameters.bytes + from, byte, static_cast<std::size_t>(parameters.length - from));
+    return found != nullptr ? static_cast<int>(static_cast<unsigned char const*>(found) - parameters.bytes) : -1;
 }
 }
 
@@ -107,10 +116,12 @@ void RE_SearchPlan::takeLead(RE_Matcher const& pattern)
     RE_Matcher const* lead = &pattern;
     bool isCaptured = false;
     bool isAtomic = false;
+    int nextByte = -1;
     for (;;)
     {
         if (lead->kind() == Kind::SEQUENCE)
         {
+            nextByte = static_cast<RE_SequenceMatcher const*>(lead)->nextByte();
             lead = &static_cast<RE_SequenceMatcher const*>(lead)->first();
         }
         else if (lead->kind() == Kind::GROUP)
@@ -142,13 +153,20 @@ void RE_SearchPlan::takeLead(RE_Matcher const& pattern)
         else if (anchor == 'A' || anchor == '`')
             m_place = Place::SUBJECT;
     }
-    else if (lead->kind() == Kind::CLOSURE && (!isCaptured || !pattern.readsCaptures()))
+    else if (lead->kind() == Kind::CLOSURE && static_cast<RE_ClosureMatcher const*>(lead)->isRun())
     {
         auto const* closure = static_cast<RE_ClosureMatcher const*>(lead);
         // a lazy run that can't be re-entered stops at another place for each start
         bool const reachesTheSame = closure->isGreedy() || !isAtomic;
-        if (closure->isRun() && closure->max() == RE_ClosureMatcher::UNLIMITED && reachesTheSame)
+        if (closure->max() == RE_ClosureMatcher::UNLIMITED && reachesTheSame &&
+            (!isCaptured || !pattern.readsCaptures()))
             m_leadingRun = closure;
+        addFirstBytes(closure->body(), m_members);
+        if (nextByte >= 0 && !m_members.isCharAllowed(static_cast<unsigned char>(nextByte)))
+        {
+            m_delimitedRun = closure;
+            m_delimiter = static_cast<unsigned char>(nextByte);
+        }
     }
 }
 
@@ -161,12 +179,33 @@ int RE_SearchPlan::findStart(int from, RE_MatchContext const& context, RE_MatchP
         return findLine(from, context, parameters);
     if (m_place != Place::ANYWHERE)
         return from == 0 && canStartAt(from, context, parameters) ? from : -1;
+    if (m_delimitedRun != nullptr && !ignoreCase)
+        return findDelimitedRun(from, parameters);
     if (ignoreCase || m_prefix.length() < 2)
         return findFirstByte(from, context, parameters);
-    auto const* const found =
-        static_cast<unsigned char const*>(memmem(parameters.bytes + from, static_cast<size_t>(parameters.length - from),
-                                                 m_prefix.c_str(), static_cast<size_t>(m_prefix.length())));
+    auto const* const found = static_cast<unsigned char const*>(
+        memmem(parameters.bytes + from, static_cast<std::size_t>(parameters.length - from), m_prefix.c_str(),
+               static_cast<std::size_t>(m_prefix.length())));
     return found != nullptr ? static_cast<int>(found - parameters.bytes) : -1;
+}
+
+// The delimiter isn't a member of the run, so the run ends where the delimiter is and begins as far in front of it as
+// there are members.
+int RE_SearchPlan::findDelimitedRun(int from, RE_MatchParameters const& parameters) const
+{
+    unsigned char const* const bytes = parameters.bytes;
+    int delimiter = from - 1;
+    while ((delimiter = findByte(m_delimiter, delimiter + 1, parameters)) >= 0)
+    {
+        unsigned const reach = static_cast<unsigned>(delimiter - from);
+        int const lowest = delimiter - static_cast<int>(std::min(reach, m_delimitedRun->max()));
+        int start = delimiter;
+        while (start > lowest && m_members.isCharAllowed(bytes[start - 1]))
+            start--;
+        if (static_cast<unsigned>(delimiter - start) >= m_delimitedRun->min())
+            return start;
+    }
+    return -1;
 }
 
 // A run that begins the pattern has tried what follows at each place that it reached. A start further on in the run
@@ -190,17 +229,16 @@ bool RE_SearchPlan::canStartAt(int position, RE_MatchContext const& context, RE_
 
 int RE_SearchPlan::findLine(int from, RE_MatchContext const& context, RE_MatchParameters const& parameters) const
 {
-    unsigned char const* const bytes = parameters.bytes;
-    while (from <= parameters.length)
+    bool isLine = from == 0 || parameters.bytes[from - 1] == '\n';
+    while (!isLine || !canStartAt(from, context, parameters))
     {
-        if ((from == 0 || bytes[from - 1] == '\n') && canStartAt(from, context, parameters))
-            return from;
-        void const* const end = std::memchr(bytes + from, '\n', static_cast<size_t>(parameters.length - from));
-        if (end == nullptr)
-            break;
-        from = static_cast<int>(static_cast<unsigned char const*>(end) - bytes) + 1;
+        int const end = findByte('\n', from, parameters);
+        if (end < 0)
+            return -1;
+        from = end + 1;
+        isLine = true;
     }
-    return -1;
+    return from;
 }
 
 int RE_SearchPlan::findFirstByte(int from, RE_MatchContext const& context, RE_MatchParameters const& parameters) const
@@ -209,11 +247,7 @@ int RE_SearchPlan::findFirstByte(int from, RE_MatchContext const& context, RE_Ma
         return from;
     bool const ignoreCase = (context.flags & RE_FLAG_IGNORE_CASE) != 0;
     if (!ignoreCase && m_onlyByte >= 0)
-    {
-        void const* const found =
-            std::memchr(parameters.bytes + from, m_onlyByte, static_cast<size_t>(parameters.length - from));
-        return found != nullptr ? static_cast<int>(static_cast<unsigned char const*>(found) - parameters.bytes) : -1;
-    }
+        return findByte(m_onlyByte, from, parameters);
     RE_AcceptanceSet const& bytes = ignoreCase ? m_firstBytesIgnoringCase : m_firstBytes;
     for (int position = from; position < parameters.length; position++)
     {

@@ -25,6 +25,7 @@ public:
 private:
     void takeLead(RE_Matcher const& pattern);
     int findLine(int from, RE_MatchContext const& context, RE_MatchParameters const& parameters) const;
+    int findDelimitedRun(int from, RE_MatchParameters const& parameters) const;
     int findFirstByte(int from, RE_MatchContext const& context, RE_MatchParameters const& parameters) const;
     bool canStartAt(int position, RE_MatchContext const& context, RE_MatchParameters const& parameters) const;
 
@@ -40,6 +41,9 @@ private:
     int m_onlyByte = -1;           // the first byte, if there is only one
     RE_AcceptanceSet m_firstBytesIgnoringCase;
     Place m_place = Place::ANYWHERE;
-    String m_prefix; // with which each match begins unless case is ignored
-    RE_ClosureMatcher const* m_leadingRun = nullptr;
+    String m_prefix;                                   // with which each match begins unless case is ignored
+    RE_ClosureMatcher const* m_leadingRun = nullptr;   // that begins the pattern and takes all it can
+    RE_ClosureMatcher const* m_delimitedRun = nullptr; // that begins the pattern, in front of the delimiter
+    RE_AcceptanceSet m_members;                        // of either run
+    int m_delimiter = 0;                               // isn't a member
 };
