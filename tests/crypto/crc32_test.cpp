@@ -34,11 +34,11 @@ unsigned int sumOf(RandomBytes& random, std::string const& data)
 
 TEST(Crc32, FirstObjectsOfManyThreadsDecideOnThePolynomial)
 {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([] { EXPECT_NE(Crc32().addByte(0), Crc32Reflected().addByte(0)); });
-    for (std::thread& thread : threads)
-        thread.join();
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([] { EXPECT_NE(Crc32().addByte(0), Crc32Reflected().addByte(0)); });
+    }
     EXPECT_EQ(Crc32(0x1EDC6F41).addBuff(CHECK, 9u), 0x0376E6E7u) << "what catalogues call CRC-32/MPEG-2";
     EXPECT_EQ(~Crc32Reflected(0x1EDC6F41).addBuff(CHECK, CHECK + 8), 0xCBF43926u) << "CRC-32 of IEEE 802.3";
 }

@@ -50,12 +50,9 @@ TEST(Des, BlocksAreThoseOfTheStandards)
     expectPair(single, CBC, key, vector, text, enciphered);
     expectPair(triple, CBC, key + key, vector, text, enciphered);
     // NIST Special Publication 800-67, appendix B
-    std::string const twoKeys = key + "\x23\x45\x67\x89\xab\xcd\xef\x01";
-    expectPair(triple, ECB, twoKeys + "\x45\x67\x89\xab\xcd\xef\x01\x23", vector, "The qufck brown fox jump",
+    expectPair(triple, ECB, key + "\x23\x45\x67\x89\xab\xcd\xef\x01\x45\x67\x89\xab\xcd\xef\x01\x23", vector,
+               "The qufck brown fox jump",
                "\xa8\x26\xfd\x8c\xe5\x3b\x85\x5f\xcc\xe2\x1c\x81\x12\x25\x6f\xe6\x68\xd5\xc0\x5d\xd9\xb6\xb9\x00"s);
-    // made with the program openssl
-    expectPair(triple, CBC, twoKeys, vector, text,
-               "\x13\x4b\x98\xf8\xee\xb3\xf6\x07\x9f\x1a\x82\xe0\x64\x0d\x5f\x2f\x8e\x09\x06\x61\xc4\x28\x64\xa1");
 }
 
 TEST(Des, RefusedKeysEncipherNothing)
@@ -73,14 +70,16 @@ TEST(Des, RefusedKeysEncipherNothing)
     EXPECT_EQ(triple.initialize(ENCRYPT, CBC, 24, nullptr, 8), XCODE_FAILURE);
 
     std::string data = plain;
+    triple.setInitializationVector(raw(key));
+    triple.getInitializationVector(raw(data));
+    triple.encrypt(raw(data), 0);
+    EXPECT_EQ(data, plain);
+    triple.encrypt(raw(data), 2);
+    EXPECT_EQ(data, std::string(8, '\0') + "xt......") << "never had a key; only the first block is lost";
     EXPECT_TRUE(single.test() && triple.test()) << "which leave a key";
     EXPECT_EQ(single.initialize(CryptoDirection{3}, CBC, 8, raw(key), 8), XCODE_FAILURE);
-    single.setInitializationVector(raw(key));
-    single.getInitializationVector(raw(data));
-    single.encrypt(raw(data), 0);
-    EXPECT_EQ(data, plain);
-    single.decrypt(raw(data), 2);
-    EXPECT_EQ(data, std::string(8, '\0') + "xt......") << "only the first block is lost";
+    single.decrypt(raw(data = plain), 2);
+    EXPECT_EQ(data, std::string(8, '\0') + "xt......");
 }
 
 #ifdef ZEKOVAR_TEST_HAS_OPENSSL

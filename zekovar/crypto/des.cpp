@@ -4,6 +4,7 @@
 #include "zekovar/crypto/des_tables.h"
 #include "zekovar/crypto/secure_memory.h"
 
+#include <cstring>
 #include <utility>
 
 namespace

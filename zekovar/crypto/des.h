@@ -22,7 +22,8 @@ struct DesRoundKey
 class DESEncryptionContext : public EncryptionContext
 {
 public:
-    DESEncryptionContext() = default;
+    DESEncryptionContext() : EncryptionContext(BLOCK_SIZE) {}
+
     ~DESEncryptionContext() override;
 
     /// The general failure, with the context destroyed, if key or initialization vector haven't 8 bytes, if `key` is

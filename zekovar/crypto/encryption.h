@@ -62,6 +62,11 @@ public:
     void encrypt(unsigned char* data, unsigned int blocks);
     void decrypt(unsigned char* data, unsigned int blocks);
 
+protected:
+    /// For a cipher of one block size, in bytes: `encrypt` and `decrypt` need it for the zeros before, and instead of, the
+    /// first `initialize` that succeeds.
+    explicit EncryptionContext(unsigned int blockSize) : m_blockSize(blockSize) {}
+
 private:
     CryptoDirection m_direction{};
     CryptoMode m_mode{};

@@ -84,23 +84,18 @@ Md5HashContext::Md5HashContext()
 
 Md5HashContext::~Md5HashContext()
 {
-    wipe();
+    Md5HashContext::destroy();
 }
 
 XCode Md5HashContext::initialize(unsigned int returnedLength)
 {
-    wipe();
+    Md5HashContext::destroy();
     std::memcpy(m_state, START, sizeof(START));
     m_returnedLength = returnedLength == 0 ? DIGEST_SIZE : std::min(returnedLength, DIGEST_SIZE);
     return XCODE_SUCCESS;
 }
 
 void Md5HashContext::destroy()
-{
-    wipe();
-}
-
-void Md5HashContext::wipe()
 {
     ZK::Detail::wipeSecret(m_state, sizeof(m_state));
     ZK::Detail::wipeSecret(m_bitCount, sizeof(m_bitCount));

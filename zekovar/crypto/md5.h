@@ -27,7 +27,6 @@ public:
 private:
     static constexpr unsigned int DIGEST_SIZE = 16;
 
-    void wipe();
     void finish(unsigned char* target, unsigned int size);
 
     uint32_t m_state[4];

@@ -73,23 +73,18 @@ Sha1HashContext::Sha1HashContext()
 
 Sha1HashContext::~Sha1HashContext()
 {
-    wipe();
+    Sha1HashContext::destroy();
 }
 
 XCode Sha1HashContext::initialize(unsigned int returnedLength)
 {
-    wipe();
+    Sha1HashContext::destroy();
     std::memcpy(m_state, START, sizeof(START));
     m_returnedLength = returnedLength == 0 ? DIGEST_SIZE : std::min(returnedLength, DIGEST_SIZE);
     return XCODE_SUCCESS;
 }
 
 void Sha1HashContext::destroy()
-{
-    wipe();
-}
-
-void Sha1HashContext::wipe()
 {
     ZK::Detail::wipeSecret(m_state, sizeof(m_state));
     ZK::Detail::wipeSecret(m_bitCount, sizeof(m_bitCount));
