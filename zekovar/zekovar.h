@@ -17,6 +17,7 @@
 #include "zekovar/crypto/sha1.h"
 #include "zekovar/crypto/sum_helper.h"
 
+#include "zekovar/diagnostics/calls_under_way.h"
 #include "zekovar/diagnostics/log.h"
 #include "zekovar/diagnostics/log_gate.h"
 #include "zekovar/diagnostics/monitor.h"

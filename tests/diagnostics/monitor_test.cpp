@@ -156,7 +156,8 @@ TEST_F(MonitorTest, NewMonitorsTakeTheSessionsOfTheirBaseAndTheMinimumOfTheirIdA
     EXPECT_EQ(job->getEffectiveDebugLevel(), 2);
     EXPECT_TRUE(repository->enableMonitor(MON_JOB, 1, 2, "web", 5, 4)) << "the first number is dropped";
     EXPECT_EQ(recorder.heard(), "+7|session 7 cli 7 3|7 level 3|+7|+8|session 8 web 4 1");
-    EXPECT_TRUE(repository->getMonitor("test", 1, 2) == slot && !repository->getMonitor("Test", 1, 2));
+    EXPECT_EQ(repository->getMonitor("test", 1, 2), slot);
+    EXPECT_FALSE(repository->getMonitor("Test", 1, 2) || repository->getMonitor(String("test\0", 5, 0, 5), 1, 2));
     ZKVector<ZKPPtr<Monitor>> enabled;
     EXPECT_EQ(repository->getEnabledMonitors("cli", enabled).size(), 2u) << "not the one without a slot";
     EXPECT_TRUE(enabled[1] == slot && repository->disableMonitor("cli") && !repository->disableMonitor("cli"));

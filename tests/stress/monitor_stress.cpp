@@ -69,7 +69,9 @@ void changeSomething()
     unsigned int const slot = pick(2) == 0 ? RTD::NO_SLOT : 1;
     unsigned int const port = slot == 1 ? pick(3) : RTD::NO_PORT;
     Watcher& watcher = s_watchers[pick(4)];
-    Watcher brief;
+    auto brief = std::make_unique<Watcher>();
+    ZKPtr<RTD::Monitor::Delegate> const delegate(
+        ZK::MovePtr<RTD::Monitor::Delegate>(new RTD::Monitor::Delegate(brief.get())));
     std::function<void()> const changes[] = {
         [&] { all->addMonitor(id, slot, port); },
         [&] { all->removeMonitor(id, slot, port); },
@@ -79,10 +81,12 @@ void changeSomething()
         [&] { all->addObserver(&watcher); },
         [&] { all->removeObserver(&watcher); },
         [&] { all->removeObserver(&watcher); }, // more often, so that few uses pile up
-        [&] { all->addObserver(&brief); },
+        [&] { all->addObserver(delegate.getObj()); },
     };
     changes[pick(9)]();
-    all->removeObserver(&brief);
+    delegate->stopNotifications(); // enough for it to go, whatever it is being told on another thread
+    brief.reset();
+    all->removeObserver(delegate.getObj());
 }
 
 void repeat(void (*body)(), ZK::FunctionContext const& context)

@@ -21,9 +21,9 @@ namespace RTD
 /// does. The table of monitors sets a ceiling for each id; a ceiling below -1 makes a permanent monitor, which is
 /// always at 9.
 ///
-/// Writing lines and reading the id, the levels and the debug severity is safe from every thread that holds a
-/// reference. It needs no lock: on a `ZKPPtr` write `(*monitor).monitor(...)`, because its arrow takes one. Everything
-/// else needs the monitor's lock, which is the loop `CRIT` standing still at priority normal: the arrow takes it, the
+/// Writing lines and reading the id, slot, port, prefix, effective level and debug severity is safe from every thread
+/// that holds a reference. It needs no lock: on a `ZKPPtr` write `(*monitor).monitor(...)`, because its arrow takes
+/// one. Everything else needs the monitor's lock, which is the loop `CRIT` standing still at priority normal: the arrow takes it, the
 /// repository's operations hold it. Observers are called with it.
 ///
 ///     ZKPPtr<RTD::Monitor> monitor = RTD::REPOSITORY::GET_MONITOR(MON_JOB);

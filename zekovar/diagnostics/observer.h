@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zekovar/diagnostics/calls_under_way.h"
 #include "zekovar/foundation/list.h"
 #include "zekovar/foundation/marshaller.h"
 #include "zekovar/foundation/ptr.h"
@@ -63,13 +64,19 @@ public:
             delete this;
     }
 
-    /// From here on nothing reaches the observer. A notification on another thread may still be under way, unless the
-    /// caller holds the lock under which the observed object notifies.
-    virtual void stopNotifications() { m_observer.store(nullptr); }
+    /// From here on nothing reaches the observer, which may be destroyed. Blocks while a notification is under way on
+    /// another thread; whoever holds a lock that the observer needs there deadlocks. Inside a notification of its own
+    /// it doesn't wait for that one.
+    virtual void stopNotifications()
+    {
+        m_observer.store(nullptr);
+        m_calls.waitForOthers();
+    }
 
-    /// Calls `operation` of the observer; nothing once it is stopped.
+    /// Calls `operation` of the observer; nothing once it is stopped. The caller has a reference.
     virtual void notifyEvent(void (O::*operation)(Event&), Event& event)
     {
+        ZK::Detail::CallsUnderWay::Call const call(m_calls);
         if (O* const observer = getObserver())
             (observer->*operation)(event);
     }
@@ -77,12 +84,14 @@ public:
     /// As above with the observer's result; success once it is stopped.
     virtual XCode notifyEvent(String& text, XCode (O::*operation)(String&, Event&), Event& event)
     {
+        ZK::Detail::CallsUnderWay::Call const call(m_calls);
         O* const observer = getObserver();
         return observer != nullptr ? (observer->*operation)(text, event) : XCode(XCODE_SUCCESS);
     }
 
     virtual void notifyDestructionEvent(void (O::*operation)(T*), T* source)
     {
+        ZK::Detail::CallsUnderWay::Call const call(m_calls);
         if (O* const observer = getObserver())
             (observer->*operation)(source);
     }
@@ -94,6 +103,7 @@ public:
 
 private:
     std::atomic<O*> m_observer;
+    ZK::Detail::CallsUnderWay m_calls;
     std::atomic<unsigned int> m_count;
 };
 

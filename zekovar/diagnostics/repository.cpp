@@ -157,7 +157,9 @@ ZKPPtr<Monitor> REPOSITORY::getMonitor(String const& name, unsigned int slot, un
     for (auto const& entry : m_monitors)
     {
         Monitor const& monitor = *entry.value();
-        if (name == getRtdMonitorInfo(monitor.getID())->name && monitor.getSlot() == slot && monitor.getPort() == port)
+        // compared as a `String`, whose length counts, and last because making one may take memory
+        if (monitor.getSlot() == slot && monitor.getPort() == port &&
+            name == String(getRtdMonitorInfo(monitor.getID())->name))
             return entry.value();
     }
     return ZKPPtr<Monitor>();
