@@ -32,6 +32,8 @@ public:
                      unsigned int ivLength) override;
     void destroy() override;
     XCode test() override;
+
+    /// Enciphers or deciphers, as the key was taken: `decryptBlock` does the same.
     void encryptBlock(unsigned char* block) override;
     void decryptBlock(unsigned char* block) override;
 

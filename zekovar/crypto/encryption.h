@@ -52,8 +52,7 @@ public:
     /// result is another.
     virtual XCode test() = 0;
 
-    /// One block in place, without the mode. What it does is decided by the direction that the key was taken for: both
-    /// do the same.
+    /// One block in place, without the mode, on a context whose key was taken for this direction.
     virtual void encryptBlock(unsigned char* block) = 0;
     virtual void decryptBlock(unsigned char* block) = 0;
 
