@@ -38,12 +38,6 @@ void expectDigests(HashContext& hash, std::string const& message, std::string co
         EXPECT_EQ(finish(hash), digest.substr(0, asked == 0 ? digest.size() : asked));
     }
 }
-
-class LossyHash : public Md5HashContext
-{
-public:
-    void hash(unsigned char const*, unsigned int) override {}
-};
 }
 
 TEST(Hash, DigestsAreThoseOfTheStandards)
@@ -55,27 +49,21 @@ TEST(Hash, DigestsAreThoseOfTheStandards)
     expectDigests(sha1, "", "\xda\x39\xa3\xee\x5e\x6b\x4b\x0d\x32\x55\xbf\xef\x95\x60\x18\x90\xaf\xd8\x07\x09");
     expectDigests(md5, million, "\x77\x07\xd6\xae\x4e\x02\x7c\x70\xee\xa2\xa9\x35\xc2\x29\x6f\x21");
     expectDigests(sha1, million, "\x34\xaa\x97\x3c\xd4\xc4\xda\xa4\xf6\x1e\xeb\x2b\xdb\xad\x27\x31\x65\x34\x01\x6f");
-    EXPECT_EQ(LossyHash().test(), XCODE_FAILURE);
-    EXPECT_EQ(LossyHash().test().toString(), "MD5 HASH TEST FAILED");
 }
 
-TEST(Hmac, MacsAreThoseOfTheStandard)
+TEST(Hmac, KeyStaysForTheNextMessage)
 {
     // RFC 2202
-    Md5HashContext md5;
     Sha1HashContext sha1;
-    HmacContext first(&sha1), second(&md5);
-    std::string const message = "what do ya want for nothing?", key(80, '\xaa');
-    EXPECT_TRUE(first.initialize(raw("Jefe"s), 4, 12));
+    HmacContext hmac(&sha1);
+    std::string const message = "what do ya want for nothing?";
+    EXPECT_TRUE(hmac.initialize(raw("Jefe"s), 4, 12));
     for (int round = 0; round < 2; ++round)
     {
-        first.hash(raw(message), sizeOf(message));
-        EXPECT_EQ(finish(first), "\xef\xfc\xdf\x6a\xe5\xeb\x2f\xa2\xd2\x74\x16\xd5");
-        EXPECT_TRUE(first.reset()) << "the key stays for the next message";
+        hmac.hash(raw(message), sizeOf(message));
+        EXPECT_EQ(finish(hmac), "\xef\xfc\xdf\x6a\xe5\xeb\x2f\xa2\xd2\x74\x16\xd5");
+        EXPECT_TRUE(hmac.reset());
     }
-    EXPECT_TRUE(second.initialize(raw(key), sizeOf(key), 0));
-    second.hash(raw("Test Using Larger Than Block-Size Key - Hash Key First"s), 54);
-    EXPECT_EQ(finish(second), "\x6b\x1a\xb7\xfe\x4b\xd7\xbf\x8f\x0b\x62\xe6\xce\x61\xb9\xd0\xcd");
 }
 
 #ifdef ZEKOVAR_TEST_HAS_OPENSSL
