@@ -33,12 +33,11 @@ struct Shape
 
     std::string entries(int outer, int n) const { return n == outer ? "" : entries(outer, parent(n)) + step("+", n); }
 
-    std::string drill(int n, char const* r) const { return initial(n) ? step(">", n) + settle(n, initial(n), r) : ""; }
-
     /// The states that it enters at a time are listed by the engine, and more than 6 reported.
     std::string settle(int outer, int n, char const* report) const
     {
-        return (depth(n) - depth(outer) > 6 ? report : "") + entries(outer, n) + drill(n, report);
+        return (depth(n) - depth(outer) > 6 ? report : "") + entries(outer, n) +
+               (initial(n) != 0 ? step(">", n) + settle(n, initial(n), report) : "");
     }
 
     /// The way leads through the innermost state that contains source and target or is one of them, but a source that is
@@ -52,7 +51,8 @@ struct Shape
         bool const isLong = !isNear && depth(target) - (outer == source ? depth(source) : 0) > 5;
         return step("D", current) + exits(current, source) +
                (isLong ? step("qhsm_dis", outer == source ? 124 : 135) : "") + exits(source, outer) +
-               entries(outer, target) + drill(target, "qhsm_dis219 ") + step("T", 1000 * source + leaf(target));
+               entries(outer, target) + settle(target, target, "qhsm_dis219 ") +
+               step("T", 1000 * source + leaf(target));
     }
 };
 
@@ -160,6 +160,15 @@ TEST(Hsm, TakesAllTransitionsAndReportsLongPaths)
     Machine<QHsm>({none, none}, 1, Q_HANDLED);
     Machine<QFsm>({none, none}, 1, Q_HANDLED);
     EXPECT_EQ(s_trace, "+1 >1 qhsm_ini73 +2 qhsm_ini50 qhsm_ini73 +127 qfsm_ini55 +127 ");
+
+    // a state that gives itself for its superstate ends the way: in, out and for an event that nobody takes
+    Machine<QHsm> lost({[](int n) { return n == 1 ? 1 : 0; }, none}, 2);
+    s_trace.clear();
+    lost.dispatch(2, Q_TRANSITION, 1);
+    EXPECT_FALSE(lost.isIn(lost.HANDLERS[2]));
+    lost.dispatch(3, Q_HANDLED);
+    lost.dispatch(1, Q_TRANSITION, 2);
+    EXPECT_EQ(s_trace, "D2 qhsm_dis135 -2 +1 T2001 D1 I1 D1 -1 -1 qhsm_dis135 +2 T1002 ");
 }
 
 TEST(Machines, TellTheLogWhatBecameOfAnEvent)

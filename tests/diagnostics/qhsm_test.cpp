@@ -14,7 +14,7 @@
 
 namespace
 {
-constexpr uint16_t COUNT = 4, AGAIN = 5, LOOK = 6, UNKNOWN = 7;
+constexpr QEvent COUNT = QEvent(4), AGAIN = QEvent(5), LOOK = QEvent(6), UNKNOWN = QEvent(7);
 
 struct OtherEvent : QEvent
 {
@@ -24,31 +24,25 @@ struct OtherEvent : QEvent
 struct Worker : ZK::QHsmDispatchAsync
 {
     Worker(ZKEventLoop& loop, RTD::Monitor* monitor, unsigned int maxDeferred)
-        : QHsmDispatchAsync(&BEGIN, monitor, 2, maxDeferred, loop, EventPrio::NORMAL)
+        : QHsmDispatchAsync(&WORK, monitor, 2, maxDeferred, loop, EventPrio::NORMAL)
     {
-        init(nullptr);
+        init(&AGAIN);
     }
 
-    char const* getEventName(unsigned short signal) override { return signal == COUNT ? "count" : EVENT_NAME(signal); }
+    char const* getEventName(unsigned short signal) override { return EVENT_NAME(signal - 3); } // borrows the names
 
     char const* getStateName(QStateHandler state) override { return state == &WORK ? "work" : "?"; }
 
     char const* getLogPrefix() override { return "w"; }
 
-    static Worker* of(void* machine) { return static_cast<Worker*>(static_cast<QHsm*>(machine)); }
-
-    static unsigned char BEGIN(void* machine, QEvent const*) { return of(machine)->transitionTo(&WORK); }
-
     static unsigned char WORK(void* machine, QEvent const* event)
     {
-        if (event->sig == COUNT)
-            of(machine)->counted++;
-        if (event->sig == COUNT || event->sig == LOOK)
-            return event->sig == COUNT ? Q_HANDLED : Q_HANDLED_NO_ACTION;
-        return event->sig == AGAIN ? of(machine)->transitionTo(&WORK) : of(machine)->superstate(&QHsm::top);
+        auto* const me = static_cast<Worker*>(static_cast<QHsm*>(machine));
+        me->counted += event->sig == COUNT.sig;
+        if (event->sig == COUNT.sig || event->sig == LOOK.sig)
+            return event->sig == COUNT.sig ? Q_HANDLED : Q_HANDLED_NO_ACTION;
+        return event->sig == AGAIN.sig ? me->transitionTo(&WORK) : me->superstate(&QHsm::top);
     }
-
-    void run(uint16_t signal) { QHsm::dispatch(std::make_unique<QEvent>(signal).get()); }
 
     using QHsmRtd::m_logAlways;
     std::atomic<int> counted{0};
@@ -60,64 +54,61 @@ struct MonitoredMachine : testing::Test
     TestLoop loop;
     RTD::REPOSITORY& repository = *RTD::REPOSITORY::_INSTANCE().getObj();
     RTD::Monitor* monitor = repository.addMonitor(MON_CCTEST, 1, 1);
-    QEvent const count = QEvent(COUNT);
 };
 }
 
 TEST_F(MonitoredMachine, WritesItsStepsAsFarAsTheMonitorLetsThem)
 {
     Worker worker(loop, monitor, 8);
-    worker.run(LOOK);
-    worker.run(UNKNOWN);
+    worker.QHsm::dispatch(&UNKNOWN);
     repository.enableMonitor(monitor, "test", 7, 2);
-    worker.run(AGAIN);
-    EXPECT_TRUE(worker.defer(&count, true) && worker.defer(&count, true) && worker.recall());
+    worker.QHsm::dispatch(&AGAIN);
+    EXPECT_TRUE(worker.defer(&COUNT, true) && worker.defer(&COUNT, true) && worker.recall());
     ASSERT_TRUE(loop.handleAll());
     loop.stop();
     worker.setMonitor(monitor, 3);
-    worker.run(LOOK);
-    worker.m_logAlways = true;
-    worker.run(LOOK);
     repository.removeMonitor(monitor); // the machine holds it
-    worker.run(UNKNOWN);
+    worker.QHsm::dispatch(&UNKNOWN);
+    worker.m_logAlways = true;
+    worker.QHsm::dispatch(&LOOK);
     worker.setMonitor(nullptr, 0);
-    worker.run(UNKNOWN);
-    EXPECT_EQ(
-        syslog.lines(),
-        (std::vector<std::string>{
-            "3 CCTEST:1/1 # [w] > SM   : EVENT '(unknown)' IGNORED IN STATE 'work'\n",
-            "7 CCTEST:1/1 # [w] > SM   : Dispatching event '(unknown)' in state 'work'\n",
-            "7 CCTEST:1/1 # [w] > SM   : Transition 'work' -> 'work'\n",
-            "7 CCTEST:1/1 # [w] event queue fill level: 0\n",
-            "7 CCTEST:1/1 # [w] > SM   : Deferring event 'count' in state 'work'\n",
-            "7 CCTEST:1/1 # [w] event queue fill level: 1\n",
-            "7 CCTEST:1/1 # [w] > SM   : Deferring event 'count' in state 'work' ignored: event already enqueued.\n",
-            "7 CCTEST:1/1 # [w] > SM   : Recalling event 'count'\n",
-            "7 CCTEST:1/1 # [w] > SM   : Handling recalled event 'count' in state 'work'\n",
-            "7 CCTEST:1/1 # [w] > SM   : Dispatching event 'count' in state 'work'\n",
-            "7 CCTEST:1/1 # [w] > SM   : Event 'count' handled in state 'work'\n",
-            "6 CCTEST:1/1 # [w] > SM   : Dispatching event '(unknown)' in state 'work'\n",
-            "6 CCTEST:1/1 # [w] > SM   : Event '(unknown)' handled without action in state 'work'\n",
-            "6 CCTEST:1/1 # [w] > SM   : Dispatching event '(unknown)' in state 'work'\n",
-            "3 CCTEST:1/1 # [w] > SM   : EVENT '(unknown)' IGNORED IN STATE 'work'\n"}));
+    worker.QHsm::dispatch(&UNKNOWN);
+    EXPECT_EQ(syslog.lines(),
+              (std::vector<std::string>{
+                  "3 CCTEST:1/1 # [w] > SM   : EVENT '(unknown)' IGNORED IN STATE 'work'\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Dispatching event 'exitEvent' in state 'work'\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Transition 'work' -> 'work'\n",
+                  "7 CCTEST:1/1 # [w] event queue fill level: 0\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Deferring event 'entryEvent' in state 'work'\n",
+                  "7 CCTEST:1/1 # [w] event queue fill level: 1\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Deferring event 'entryEvent' in state 'work' ignored: event already "
+                  "enqueued.\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Recalling event 'entryEvent'\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Handling recalled event 'entryEvent' in state 'work'\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Dispatching event 'entryEvent' in state 'work'\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Event 'entryEvent' handled in state 'work'\n",
+                  "3 CCTEST:1/1 # [w] > SM   : EVENT '(unknown)' IGNORED IN STATE 'work'\n",
+                  "6 CCTEST:1/1 # [w] > SM   : Dispatching event 'initEvent' in state 'work'\n",
+                  "6 CCTEST:1/1 # [w] > SM   : Event 'initEvent' handled without action in state 'work'\n"}));
 }
 
 TEST_F(MonitoredMachine, KeepsWhatItsRingAndItsPoolHold)
 {
     Worker worker(loop, monitor, 5);
     for (int i = 1; i <= 8; ++i)
-        EXPECT_EQ(worker.defer(&count, false).isSuccess(), i <= 7);
-    EXPECT_FALSE(worker.containsEvent(std::make_unique<OtherEvent>(COUNT).get()));
+        EXPECT_EQ(worker.defer(&COUNT, false).isSuccess(), i <= 7);
+    OtherEvent const other(COUNT.sig);
+    EXPECT_FALSE(worker.containsEvent(&other));
     EXPECT_EQ(worker.recall().getRawValue(), XCODE_ERRNO + ENOENT);
-    EXPECT_TRUE(worker.containsEvent(&count)) << "5 are posted, 1 is lost and 1 is left";
+    EXPECT_TRUE(worker.containsEvent(&COUNT)) << "5 are posted, 1 is lost and 1 is left";
     ASSERT_TRUE(loop.handleAll());
     loop.stop();
     EXPECT_EQ(worker.counted, 5);
-    EXPECT_TRUE(worker.recall() && worker.defer(&count, false)) << "posted and deferred while the machine goes";
+    EXPECT_TRUE(worker.recall() && worker.defer(&COUNT, false)) << "posted and deferred while the machine goes";
     EXPECT_EQ(syslog.lines(),
               (std::vector<std::string>{
-                  "2 CCTEST:1/1 # [w] > SM   : FAILED TO DEFER EVENT 'count': QUEUE FULL\n",
-                  "2 CCTEST:1/1 # [w] > SM   : FAILED TO RECALL EVENT 'count': NO SUCH FILE OR DIRECTORY (2)\n"}));
+                  "2 CCTEST:1/1 # [w] > SM   : FAILED TO DEFER EVENT 'entryEvent': QUEUE FULL\n",
+                  "2 CCTEST:1/1 # [w] > SM   : FAILED TO RECALL EVENT 'entryEvent': NO SUCH FILE OR DIRECTORY (2)\n"}));
     EXPECT_THROW(Worker(loop, nullptr, 0xAAAAAAB), std::bad_array_new_length);
     EXPECT_THROW(ZKQ<int*>(0x10000001), std::bad_array_new_length);
 }
@@ -128,7 +119,7 @@ TEST_F(MonitoredMachine, TakesEventsOfAllThreadsWhileSessionsComeAndGo)
     auto const post = [&]
     {
         for (int i = 0; i < 300; ++i)
-            worker->dispatch(COUNT);
+            worker->dispatch(COUNT.sig);
     };
     loop.start();
     std::thread first(post);

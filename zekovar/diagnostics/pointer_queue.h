@@ -1,6 +1,7 @@
 #pragma once
 
-#include <bit>
+#include "zekovar/foundation/text.h"
+
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -61,7 +62,7 @@ private:
     {
         if (capacity > 0x10000000)
             throw std::bad_array_new_length();
-        return std::bit_ceil(capacity);
+        return nextHigherPowerOf2(capacity);
     }
 
     uint32_t m_capacity;

@@ -69,8 +69,10 @@ unsigned char QFsm::trigger(QStateHandler state, QReservedSignal signal)
     return state(this, &QEP_reservedEvt_[signal]);
 }
 
+namespace
+{
 /// The states to be entered, from the target outward.
-class QHsm::EntryPath
+class EntryPath
 {
 public:
     static constexpr int LIMIT = 6; // what machines are designed for: more is reported
@@ -114,6 +116,133 @@ private:
     int m_count;
     QStateHandler m_states[CAPACITY];
 };
+}
+
+/// Moves a machine through its states. Hidden in this file, its small steps can be joined by the compiler: as calls they
+/// would cost more than what they do.
+class QHsm::Walker
+{
+public:
+    explicit Walker(QHsm& machine) : m_machine(machine) {}
+
+    unsigned char trigger(QStateHandler state, QReservedSignal signal)
+    {
+        return state(&m_machine, &QEP_reservedEvt_[signal]);
+    }
+
+    /// The state itself for `top`.
+    QStateHandler superstateOf(QStateHandler state)
+    {
+        m_machine.m_state = state;
+        trigger(state, Q_EMPTY_SIG);
+        return m_machine.m_state;
+    }
+
+    /// Gives the superstate. A state that handles its exit doesn't tell it, so it is asked then. If it still doesn't,
+    /// that is reported, and the way ends at `top`.
+    QStateHandler leave(QStateHandler state)
+    {
+        QStateHandler const outer = trigger(state, Q_EXIT_SIG) == Q_SUPER ? m_machine.m_state : superstateOf(state);
+        if (outer != state)
+            return outer;
+        Q_onAssert("qhsm_dis", 135);
+        return ROOT;
+    }
+
+    /// The transition from `source`, a superstate of `current` or that itself, to the machine's state.
+    void transit(QStateHandler current, QStateHandler source)
+    {
+        EntryPath path(m_machine.m_state);
+        while (current != source && current != ROOT)
+            current = leave(current);
+        leaveFor(path, source);
+        enter(path);
+        QStateHandler leaf = path.front();
+        m_machine.m_state = leaf;
+        while (trigger(leaf, Q_INIT_SIG) == Q_TRANSITION)
+            leaf = enterInitial(leaf, "qhsm_dis", 219);
+        m_machine.logTransition(leaf, source);
+        m_machine.m_state = leaf;
+    }
+
+    /// Leaves `source` as far as the target of `path` lies outside, and completes `path`. The near relations come
+    /// first: they need to know no more than the two superstates.
+    void leaveFor(EntryPath& path, QStateHandler source)
+    {
+        QStateHandler const target = path.front();
+        if (source == target)
+        {
+            trigger(source, Q_EXIT_SIG);
+            return;
+        }
+        QStateHandler const superstateOfTarget = superstateOf(target);
+        if (source == superstateOfTarget)
+            return;
+        QStateHandler const superstateOfSource = superstateOf(source);
+        if (superstateOfSource == superstateOfTarget)
+        {
+            trigger(source, Q_EXIT_SIG);
+            return;
+        }
+        if (superstateOfSource == target)
+        {
+            trigger(source, Q_EXIT_SIG);
+            path.cutAt(target);
+            return;
+        }
+        path.add(superstateOfTarget);
+        leaveUpTo(path, source, superstateOfSource);
+    }
+
+    /// The general case: `path` holds the target and its superstate. Unless the target lies within `source`, the path
+    /// goes up to `top` and is cut at the first superstate of `source` that stands on it.
+    void leaveUpTo(EntryPath& path, QStateHandler source, QStateHandler superstateOfSource)
+    {
+        while (path.back() != ROOT && trigger(path.back(), Q_EMPTY_SIG) == Q_SUPER)
+        {
+            if (m_machine.m_state == source)
+            {
+                if (path.size() >= EntryPath::LIMIT)
+                    Q_onAssert("qhsm_dis", 124);
+                return;
+            }
+            if (!path.add(m_machine.m_state))
+                break;
+        }
+        if (path.size() > EntryPath::LIMIT || path.back() != ROOT)
+            Q_onAssert("qhsm_dis", 135);
+        trigger(source, Q_EXIT_SIG);
+        QStateHandler state = superstateOfSource;
+        while (!path.cutAt(state) && state != ROOT)
+            state = leave(state);
+    }
+
+    void enter(EntryPath const& path)
+    {
+        for (int i = path.size() - 1; i >= 0; --i)
+            trigger(path[i], Q_ENTRY_SIG);
+    }
+
+    /// Enters the machine's state and its superstates up to, but without, `from`; gives that state. A limit of the path
+    /// that is exceeded, and an initial transition that leads out of `from`, is reported with `module` and `line`.
+    QStateHandler enterInitial(QStateHandler from, char const* module, int line)
+    {
+        EntryPath path(m_machine.m_state);
+        QStateHandler outer = superstateOf(m_machine.m_state);
+        while (outer != from && path.add(outer))
+            outer = superstateOf(outer);
+        m_machine.m_state = path.front();
+        if (path.size() > EntryPath::LIMIT || outer != from)
+            Q_onAssert(module, line);
+        enter(path);
+        return path.front();
+    }
+
+private:
+    static constexpr QStateHandler ROOT = &QHsm::top;
+
+    QHsm& m_machine;
+};
 
 QHsm::QHsm(QStateHandler initial) : m_state(initial)
 {
@@ -123,10 +252,11 @@ void QHsm::init(QEvent const* event)
 {
     if (m_state(this, event) != Q_TRANSITION)
         Q_onAssert("qhsm_ini", 50);
+    Walker walker(*this);
     QStateHandler leaf = &QHsm::top;
     do
-        leaf = enterInitial(leaf, "qhsm_ini", 73);
-    while (trigger(leaf, Q_INIT_SIG) == Q_TRANSITION);
+        leaf = walker.enterInitial(leaf, "qhsm_ini", 73);
+    while (walker.trigger(leaf, Q_INIT_SIG) == Q_TRANSITION);
     m_state = leaf;
 }
 
@@ -140,13 +270,13 @@ void QHsm::dispatch(QEvent const* event)
     {
         source = m_state;
         result = source(this, event);
-    } while (result == Q_SUPER);
+    } while (result == Q_SUPER && m_state != source); // a state that names itself as its superstate ends the way
     if (result == Q_TRANSITION)
     {
-        transit(current, source);
+        Walker(*this).transit(current, source);
         return;
     }
-    if (result == Q_IGNORED)
+    if (result == Q_IGNORED || result == Q_SUPER)
         logIgnored(event, current);
     else if (result == Q_HANDLED_NO_ACTION)
         logHandledNoAction(event, source);
@@ -158,9 +288,13 @@ void QHsm::dispatch(QEvent const* event)
 bool QHsm::isIn(QStateHandler state)
 {
     QStateHandler const current = m_state;
-    bool found = m_state == state;
-    while (!found && trigger(m_state, Q_EMPTY_SIG) == Q_SUPER)
-        found = m_state == state;
+    QStateHandler inner = nullptr;
+    while (m_state != state && m_state != inner) // `top` stores nothing, and so ends the way
+    {
+        inner = m_state;
+        inner(this, &QEP_reservedEvt_[Q_EMPTY_SIG]);
+    }
+    bool const found = m_state == state;
     m_state = current;
     return found;
 }
@@ -173,113 +307,4 @@ unsigned char QHsm::top(void*, QEvent const*)
 unsigned char QHsm::top(QHsm* me, QEvent const* event)
 {
     return top(static_cast<void*>(me), event);
-}
-
-unsigned char QHsm::trigger(QStateHandler state, QReservedSignal signal)
-{
-    return state(this, &QEP_reservedEvt_[signal]);
-}
-
-/// The state itself for `top`.
-QStateHandler QHsm::superstateOf(QStateHandler state)
-{
-    m_state = state;
-    trigger(state, Q_EMPTY_SIG);
-    return m_state;
-}
-
-/// Gives the superstate. A state that handles its exit doesn't tell it, so it is asked then.
-QStateHandler QHsm::leave(QStateHandler state)
-{
-    return trigger(state, Q_EXIT_SIG) == Q_SUPER ? m_state : superstateOf(state);
-}
-
-/// The transition from `source`, a superstate of `current` or that itself, to `m_state`.
-void QHsm::transit(QStateHandler current, QStateHandler source)
-{
-    EntryPath path(m_state);
-    while (current != source)
-        current = leave(current);
-    leaveFor(path, source);
-    enter(path);
-    QStateHandler leaf = path.front();
-    m_state = leaf;
-    while (trigger(leaf, Q_INIT_SIG) == Q_TRANSITION)
-        leaf = enterInitial(leaf, "qhsm_dis", 219);
-    logTransition(leaf, source);
-    m_state = leaf;
-}
-
-/// Leaves `source` as far as the target of `path` lies outside, and completes `path`. The near relations come first:
-/// they need to know no more than the two superstates.
-void QHsm::leaveFor(EntryPath& path, QStateHandler source)
-{
-    QStateHandler const target = path.front();
-    if (source == target)
-    {
-        trigger(source, Q_EXIT_SIG);
-        return;
-    }
-    QStateHandler const superstateOfTarget = superstateOf(target);
-    if (source == superstateOfTarget)
-        return;
-    QStateHandler const superstateOfSource = superstateOf(source);
-    if (superstateOfSource == superstateOfTarget)
-    {
-        trigger(source, Q_EXIT_SIG);
-        return;
-    }
-    if (superstateOfSource == target)
-    {
-        trigger(source, Q_EXIT_SIG);
-        path.cutAt(target);
-        return;
-    }
-    path.add(superstateOfTarget);
-    leaveUpTo(path, source, superstateOfSource);
-}
-
-/// The general case: `path` holds the target and its superstate. Unless the target lies within `source`, the path goes
-/// up to `top` and is cut at the first superstate of `source` that stands on it.
-void QHsm::leaveUpTo(EntryPath& path, QStateHandler source, QStateHandler superstateOfSource)
-{
-    QStateHandler const root = &QHsm::top; // needn't be asked
-    while (path.back() != root && trigger(path.back(), Q_EMPTY_SIG) == Q_SUPER)
-    {
-        if (m_state == source)
-        {
-            if (path.size() >= EntryPath::LIMIT)
-                Q_onAssert("qhsm_dis", 124);
-            return;
-        }
-        if (!path.add(m_state))
-            break;
-    }
-    if (path.size() > EntryPath::LIMIT)
-        Q_onAssert("qhsm_dis", 135);
-    trigger(source, Q_EXIT_SIG);
-    QStateHandler state = superstateOfSource;
-    while (!path.cutAt(state) && state != root)
-        state = leave(state);
-}
-
-void QHsm::enter(EntryPath const& path)
-{
-    for (int i = path.size() - 1; i >= 0; --i)
-        trigger(path[i], Q_ENTRY_SIG);
-}
-
-/// Enters `m_state` and its superstates up to, but without, `from`; gives `m_state`. A limit of the path that is
-/// exceeded, and an initial transition that leads out of `from`, is reported with `module` and `line`.
-QStateHandler QHsm::enterInitial(QStateHandler from, char const* module, int line)
-{
-    EntryPath path(m_state);
-    QStateHandler outer = superstateOf(m_state);
-    while (outer != from && path.add(outer))
-        outer = superstateOf(outer);
-    m_state = path.front();
-    if (path.size() > EntryPath::LIMIT || outer != from)
-        Q_onAssert(module, line);
-    enter(path);
-    return path.front();
 }

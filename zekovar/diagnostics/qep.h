@@ -127,8 +127,9 @@ private:
 /// transition is taken, and that of its target, down to a state without one.
 ///
 /// Machines are designed for paths of up to 6 states, from a target outward; without a source on the way `top` counts
-/// as well. A longer one is reported to `Q_onAssert`, with "qhsm_ini" or "qhsm_dis". It still works, up to 32 states; of
-/// an even longer path the outer states aren't entered.
+/// as well. A longer one is reported to `Q_onAssert`, with "qhsm_ini" or "qhsm_dis". It still works, up to 32 states;
+/// of an even longer path the outer states aren't entered. The way outward also ends, with a report, at a state that
+/// doesn't tell its superstate.
 ///
 /// Takes no lock, allocates nothing and doesn't recurse. One thread at a time; a handler must not dispatch to its own
 /// machine.
@@ -190,14 +191,5 @@ protected:
     QStateHandler m_state;
 
 private:
-    class EntryPath;
-
-    unsigned char trigger(QStateHandler state, QReservedSignal signal);
-    QStateHandler superstateOf(QStateHandler state);
-    QStateHandler leave(QStateHandler state);
-    void transit(QStateHandler current, QStateHandler source);
-    void leaveFor(EntryPath& path, QStateHandler source);
-    void leaveUpTo(EntryPath& path, QStateHandler source, QStateHandler superstateOfSource);
-    void enter(EntryPath const& path);
-    QStateHandler enterInitial(QStateHandler from, char const* module, int line);
+    class Walker;
 };
