@@ -14,7 +14,7 @@
 
 namespace
 {
-constexpr QEvent COUNT = QEvent(4), AGAIN = QEvent(5), LOOK = QEvent(6), UNKNOWN = QEvent(7);
+constexpr QEvent COUNT = QEvent(4), SWITCH = QEvent(5), LOOK = QEvent(6), UNKNOWN = QEvent(7);
 
 struct OtherEvent : QEvent
 {
@@ -26,14 +26,16 @@ struct Worker : ZK::QHsmDispatchAsync
     Worker(ZKEventLoop& loop, RTD::Monitor* monitor, unsigned int maxDeferred)
         : QHsmDispatchAsync(&WORK, monitor, 2, maxDeferred, loop, EventPrio::NORMAL)
     {
-        init(&AGAIN);
+        init(&SWITCH);
     }
 
     char const* getEventName(unsigned short signal) override { return EVENT_NAME(signal - 3); } // borrows the names
 
-    char const* getStateName(QStateHandler state) override { return state == &WORK ? "work" : "?"; }
+    char const* getStateName(QStateHandler state) override { return state == &WORK ? "work" : "rest"; }
 
     char const* getLogPrefix() override { return "w"; }
+
+    static unsigned char REST(void* machine, QEvent const* event) { return WORK(machine, event); }
 
     static unsigned char WORK(void* machine, QEvent const* event)
     {
@@ -41,7 +43,8 @@ struct Worker : ZK::QHsmDispatchAsync
         me->counted += event->sig == COUNT.sig;
         if (event->sig == COUNT.sig || event->sig == LOOK.sig)
             return event->sig == COUNT.sig ? Q_HANDLED : Q_HANDLED_NO_ACTION;
-        return event->sig == AGAIN.sig ? me->transitionTo(&WORK) : me->superstate(&QHsm::top);
+        return event->sig == SWITCH.sig ? me->transitionTo(me->m_state == &REST ? &WORK : &REST)
+                                        : me->superstate(&QHsm::top);
     }
 
     using QHsmRtd::m_logAlways;
@@ -62,7 +65,7 @@ TEST_F(MonitoredMachine, WritesItsStepsAsFarAsTheMonitorLetsThem)
     Worker worker(loop, monitor, 8);
     worker.QHsm::dispatch(&UNKNOWN);
     repository.enableMonitor(monitor, "test", 7, 2);
-    worker.QHsm::dispatch(&AGAIN);
+    worker.QHsm::dispatch(&SWITCH);
     EXPECT_TRUE(worker.defer(&COUNT, true) && worker.defer(&COUNT, true) && worker.recall());
     ASSERT_TRUE(loop.handleAll());
     loop.stop();
@@ -75,9 +78,9 @@ TEST_F(MonitoredMachine, WritesItsStepsAsFarAsTheMonitorLetsThem)
     worker.QHsm::dispatch(&UNKNOWN);
     EXPECT_EQ(syslog.lines(),
               (std::vector<std::string>{
-                  "3 CCTEST:1/1 # [w] > SM   : EVENT '(unknown)' IGNORED IN STATE 'work'\n",
-                  "7 CCTEST:1/1 # [w] > SM   : Dispatching event 'exitEvent' in state 'work'\n",
-                  "7 CCTEST:1/1 # [w] > SM   : Transition 'work' -> 'work'\n",
+                  "3 CCTEST:1/1 # [w] > SM   : EVENT '(unknown)' IGNORED IN STATE 'rest'\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Dispatching event 'exitEvent' in state 'rest'\n",
+                  "7 CCTEST:1/1 # [w] > SM   : Transition 'rest' -> 'work'\n",
                   "7 CCTEST:1/1 # [w] event queue fill level: 0\n",
                   "7 CCTEST:1/1 # [w] > SM   : Deferring event 'entryEvent' in state 'work'\n",
                   "7 CCTEST:1/1 # [w] event queue fill level: 1\n",
