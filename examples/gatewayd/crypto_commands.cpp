@@ -3,6 +3,7 @@
 #include "console.h"
 
 #include <fcntl.h>
+#include <utility>
 
 using CommandLine::takeWord;
 
@@ -47,6 +48,7 @@ CryptoCommands::CryptoCommands(Console& console) : CommandGroup(console), m_hash
     add("hash", "md5|sha1|crc32 FILE", "shows the checksum of a file", &CryptoCommands::hash);
     add("password", "encrypt|decrypt TEXT", "shows the stored form of a password, or what is stored",
         &CryptoCommands::password);
+    add("login", "[SIGNATURE]", "shows a challenge, or takes the signature of it in Base64", &CryptoCommands::login);
 }
 
 void CryptoCommands::end()
@@ -108,4 +110,25 @@ void CryptoCommands::password(Command const& command, String const& arguments)
     {
         refuse(command, "it takes a direction and a text");
     }
+}
+
+void CryptoCommands::login(Command const&, String const& arguments)
+{
+    if (arguments.isEmpty())
+    {
+        XCode const code = ZK::Challenge::GET_CHALLENGE(ZK::Challenge::ChallengeMode::ROOT, m_challenge);
+        m_console.say(code.isErr() ? String(String::Formatted(), "%s; --login-key sets it up", code.toString().c_str())
+                                   : m_challenge);
+        return;
+    }
+    if (m_challenge.isEmpty())
+    {
+        m_console.say("ask for a challenge first, by 'login' alone");
+        return;
+    }
+    // each is good for one try
+    String const challenge = std::exchange(m_challenge, String());
+    bool isValid = false;
+    XCode const code = ZK::Challenge::VERIFY_PASSWORD(arguments, challenge, isValid);
+    m_console.say(code.isErr() ? code.toString() : String(isValid ? "welcome" : "refused"));
 }

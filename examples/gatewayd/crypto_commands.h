@@ -3,7 +3,7 @@
 #include "command_group.h"
 #include "task_thread.h"
 
-/// Checksums of files and stored passwords.
+/// Checksums of files, stored passwords and the login by a signed challenge.
 class CryptoCommands : public CommandGroup
 {
 public:
@@ -14,6 +14,8 @@ public:
 private:
     void hash(Command const& command, String const& arguments);
     void password(Command const& command, String const& arguments);
+    void login(Command const& command, String const& arguments);
 
     TaskThread m_hasher; // a large file takes its time
+    String m_challenge;  // which the next signature answers
 };

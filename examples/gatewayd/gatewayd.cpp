@@ -1,6 +1,7 @@
 #include "gatewayd.h"
 
 #include "console.h"
+#include "login_key.h"
 #include "workbench.h"
 
 #include <csignal>
@@ -13,11 +14,14 @@ namespace
 {
 constexpr char END_OF_OPTIONS = static_cast<char>(0xff);
 
+// clang-format off
 option s_longOptions[] = {{"help", no_argument, nullptr, 'h'},
                           {"name", required_argument, nullptr, 'n'},
                           {"loop", required_argument, nullptr, 'l'},
+                          {"login-key", required_argument, nullptr, 'k'},
                           {"stderr", no_argument, nullptr, 'e'},
                           {nullptr, 0, nullptr, 0}};
+// clang-format on
 
 constexpr char const* HELP =
     "usage: gatewayd [options]\n"
@@ -26,10 +30,11 @@ constexpr char const* HELP =
     "  -h, --help           shows this text\n"
     "  -n, --name NAME      the daemon's name in the system log (default: gatewayd)\n"
     "  -l, --loop LOOP      the loop that the commands work on: config, crit, io or mgmt (default: io)\n"
+    "  -k, --login-key FILE the public key for 'login': modulus and exponent, two lines of hexadecimal digits\n"
     "  -e, --stderr         shows the lines of the system log on standard error, too\n";
 }
 
-Gatewayd::Gatewayd() : ZKExecutable("hn:l:e", s_longOptions)
+Gatewayd::Gatewayd() : ZKExecutable("hn:l:k:e", s_longOptions)
 {
     // Handlers of quit signals are reset by the kernel when they are called, and a second signal that comes before they are
     // installed again ends the process at once. Blocked signals that are read from a descriptor know no such moment; every
@@ -64,6 +69,9 @@ XCode Gatewayd::parseArgument(char option, String const& value)
     case 'l':
         m_loop = value.lowerCase();
         break;
+    case 'k':
+        m_loginKey = value;
+        break;
     case 'e':
         m_logToStandardError = true;
         break;
@@ -95,6 +103,12 @@ int Gatewayd::run()
     if (m_mode == Mode::REFUSE)
     {
         std::fputs("Try 'gatewayd --help'.\n", stderr);
+        return 2;
+    }
+    XCode code = m_loginKey.isEmpty() ? XCode(XCODE_SUCCESS) : setUpLogin(m_loginKey);
+    if (code.isErr())
+    {
+        std::fprintf(stderr, "gatewayd: the key %s can't be used: %s\n", m_loginKey.c_str(), code.toString().c_str());
         return 2;
     }
     return serve();

@@ -36,5 +36,6 @@ private:
     bool m_logToStandardError = false;
     String m_identity;
     String m_loop = "io";
+    String m_loginKey;                 // a file, or empty
     ZKFile m_signals{-1, true, false}; // from which the console reads the signals that end the daemon
 };

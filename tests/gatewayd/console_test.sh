@@ -109,6 +109,32 @@ stored=$(grep -A1 'password encrypt' "$dir/out" | tail -n 1)
 printf 'password decrypt %s\n' "$stored" | "$@" >"$dir/out" 2>&1 || fail "password: status $?"
 expect crypto '^secret$'
 
+# the challenge login, with a key of the daemon's operator
+printf 'login\nlogin QQ==\n' | "$@" >"$dir/out" 2>&1 || fail "login: status $?"
+expect login '^CHALLENGE FILE DOES NOT EXIST; --login-key sets it up' "^ask for a challenge first"
+if command -v openssl >/dev/null; then
+    openssl genrsa -out "$dir/key.pem" 1024 2>/dev/null
+    { openssl rsa -in "$dir/key.pem" -noout -modulus | cut -d= -f2; echo 10001; } >"$dir/key"
+    "$@" --login-key "$dir/key" <"$dir/in" >"$dir/out" 2>&1 &
+    daemon=$!
+    exec 3>"$dir/in"
+    printf 'login\n' >&3
+    await '^otp:m=root:p=gatewayd:s=1:t=demo:r=.*:pto$'
+    grep '^otp:' "$dir/out" | tr -d '\n' >"$dir/challenge"
+    signature=$(openssl rsautl -sign -inkey "$dir/key.pem" -in "$dir/challenge" 2>/dev/null | base64 -w 0)
+    printf 'login %s\n' "$signature" >&3
+    await '^welcome'
+    # each challenge is good for one try
+    printf 'login\nlogin %s\n' "$signature" >&3
+    await '^refused'
+    exec 3>&-
+    wait $daemon || fail "login: status $?"
+fi
+rm -f /tmp/challengePrefix /tmp/rsaContextModulus /tmp/rsaContextPublic
+"$@" --login-key "$dir/abc" </dev/null >"$dir/out" 2>&1
+[ $? -eq 2 ] || fail "--login-key: status isn't 2"
+expect --login-key "^gatewayd: the key .*/abc can.t be used: it isn't a modulus"
+
 # the reports show a blocked loop and a contended lock while they last; SIGTERM cuts both short, a second one does no harm
 "$@" --loop config <"$dir/in" >"$dir/out" 2>&1 &
 daemon=$!
