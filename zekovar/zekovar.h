@@ -105,6 +105,10 @@
 #include "zekovar/jobs/job_supervisor.h"
 #include "zekovar/jobs/stream_type.h"
 #include "zekovar/jobs/unknown.h"
+
+#include "zekovar/property/iterator.h"
+#include "zekovar/property/value.h"
+
 #include "zekovar/regex/acceptance_set.h"
 #include "zekovar/regex/chain_matcher.h"
 #include "zekovar/regex/closure_matcher.h"
