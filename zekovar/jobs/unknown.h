@@ -31,20 +31,19 @@ public:
     /// Safe from all threads that hold a reference.
     virtual XCode queryInterface(ZK::UUID const& iid, void** result) = 0;
 
-    /// The typed form: on success `target` holds the interface, else it is null. What it held before is released.
+    /// The typed form: releases what `target` holds, and on success `target` holds the interface, else it is null.
     ///
     ///     ZKPtr<ZK::IFutureStream> stream;
     ///     if (future->queryIf(stream)) stream->sendData("yes\n");
     template <class T>
     XCode queryIf(ZKPtr<T>& target)
     {
+        ZKPtr<IUnknown> const self(target ? this : nullptr); // the target may hold the last other reference
+        target.setObj(nullptr);
         void* object = nullptr;
         XCode code = queryInterface(T::IID(), &object);
-        // released only now: it may have been the last reference to this very object
         if (code.isSuccess())
             target.setObj(ZK::MovePtr<T>(static_cast<T*>(object)));
-        else
-            target.setObj(nullptr);
         return code;
     }
 };
