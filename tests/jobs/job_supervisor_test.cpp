@@ -16,6 +16,8 @@ TEST(JobSupervisor, ListsExecutorsOnceInOrderAndKeepsSixteenLinesOfHistory)
     EXPECT_EQ(executors[count - 2].executor, &first);
     EXPECT_EQ(executors[count - 1].executor, &second);
 
+    supervisor.addFuture(nullptr);
+    supervisor.removeFuture(nullptr);
     FakeJob job;
     for (int i = 0; i < 20; i++)
         ZK::CFuture const gone(&job);

@@ -9,6 +9,7 @@
 #include "zekovar/jobs/executor_single_thread.h"
 #include "zekovar/jobs/job_supervisor.h"
 
+#include <climits>
 #include <memory>
 #include <random>
 #include <thread>
@@ -97,11 +98,17 @@ private:
             if (dice / 2048 % 4 == 0)
                 (void)future->cancel(0);
             if (dice / 8192 % 4 != 0 && !isForgotten)
-                invoke(*m_waiter, [future](ZK::IFuture*) { future->waitForCompletion(); });
+                invoke(*m_waiter,
+                       [future, &last = m_turns[seed], turn = count](ZK::IFuture*)
+                       {
+                           require(turn < std::exchange(last, turn), "jobs run in their order");
+                           future->waitForCompletion();
+                       });
         }
     }
 
     std::shared_ptr<int> m_jobs = std::make_shared<int>(); // each job has a share
+    std::vector<int> m_turns = std::vector<int>(INVOKERS, INT_MAX);
     ZKPtr<ZK::IExecutor> m_finisher = thread("Finisher");
     ZKPtr<ZK::IExecutor> m_waiter = thread("Waiter");
     ZKPtr<ZK::IExecutor> m_canceller = thread("Canceller");

@@ -32,7 +32,7 @@ CFuture::CFuture(IJob* job)
       m_stateLock(Time::Source::REALTIME),
       m_status(NO_RESULT)
 {
-    JobSupervisor::INSTANCE().addFuture(this);
+    JobSupervisor::INSTANCE().addUnfinished(this);
     RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Created", getTag().c_str());
 }
 

@@ -16,11 +16,12 @@ namespace ZK
 /// Runs jobs one at a time, in order of invocation, on a thread of its own.
 ///
 /// Safe from all threads. Futures hold a reference to their executor, so jobs that are pending when the maker drops its
-/// own are still run, and the thread lives until the last future is gone. If all that is left of a suspended executor is
-/// its pending jobs, nobody can resume it any more: the thread ends and lets go of them without running them.
+/// own are still run, and the thread lives until the last future is gone. A suspended executor that only its pending jobs
+/// hold counts as given up, even where somebody keeps their futures: the thread ends and lets go of them without running
+/// them.
 ///
-/// Destruction waits for the job in progress and drops what is pending without running or marking it. If the last
-/// reference goes on the executor's own thread, nothing waits: the thread ends by itself right behind that job.
+/// Destruction drops what is pending without running or marking it, and waits for a job in progress. But that job holds
+/// the executor: whoever drops the last other reference doesn't wait, and the thread ends by itself right behind the job.
 ///
 ///     ZKPtr<ZK::IExecutor> executor(ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorSingleThread("Backup")));
 class CExecutorSingleThread final : public CInherit<CExecutorSingleThread, CObject, IExecutor>, private ZKThread

@@ -10,7 +10,9 @@ namespace ZK
 {
 namespace
 {
-constexpr unsigned int FUTURE_BUCKETS = 1024; // a queue of jobs may well be some thousands long
+// A queue of jobs may well be some thousands long. No power of two: futures lie a multiple of the allocator's step apart,
+// and would share a few of the buckets then.
+constexpr unsigned int FUTURE_BUCKETS = 1021;
 }
 
 JobSupervisor& JobSupervisor::INSTANCE()
@@ -46,10 +48,9 @@ void JobSupervisor::addFuture(IFuture* future)
         add({future, nullptr});
 }
 
-void JobSupervisor::addFuture(CFuture* future)
+void JobSupervisor::addUnfinished(CFuture* future)
 {
-    if (future != nullptr)
-        add({future, future});
+    add({future, future});
 }
 
 void JobSupervisor::add(FutureEntry const& entry)

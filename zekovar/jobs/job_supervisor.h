@@ -37,10 +37,6 @@ public:
     /// Enters a future, which has to leave before it is destroyed. Without effect for null and for one that is here.
     void addFuture(IFuture* future);
 
-    /// As above for the constructor of `CFuture`, whose subclass is yet to be built, as it is gone again when the
-    /// destructor has it leave: such a future is described by what `CFuture` knows, without a virtual call.
-    void addFuture(CFuture* future);
-
     /// Takes the future out and keeps the description of its job in the history, also for a future that was never
     /// entered. Without effect for null.
     void removeFuture(IFuture* future);
@@ -56,6 +52,8 @@ public:
     void getJobHistory(ZKVector<String>& target);
 
 private:
+    friend class CFuture;
+
     static constexpr uint32_t HISTORY_SIZE = 16; // a power of two: the indices run through 32 bits
 
     struct FutureEntry
@@ -66,6 +64,10 @@ private:
 
     JobSupervisor();
     ~JobSupervisor() = delete;
+
+    /// For the constructor of `CFuture`, whose subclass is yet to be built, as it is gone again when the destructor has
+    /// it leave: such a future is described by what `CFuture` knows, without a virtual call.
+    void addUnfinished(CFuture* future);
 
     void add(FutureEntry const& entry);
 
