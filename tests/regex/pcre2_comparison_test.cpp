@@ -134,11 +134,13 @@ private:
     {
         unsigned const index = ++m_groups;
         bool const named = chance(3);
-        std::string const open = named ? "(?<n" + std::to_string(index) + ">" : "(";
+        std::string const number = std::to_string(index);
+        std::string const open = named ? std::string("(?<n").append(number).append(">") : "(";
         Piece const piece =
             chance(12) && !place.behind ? Piece{open + ")", true} : around(open, disjunction(depth - 1, place));
         if (index < 10)
-            m_closed.push_back(named ? "\\k<n" + std::to_string(index) + ">" : "(?:\\" + std::to_string(index) + ")");
+            m_closed.push_back(named ? std::string("\\k<n").append(number).append(">")
+                                     : std::string("(?:\\").append(number).append(")"));
         return piece;
     }
 
@@ -184,7 +186,7 @@ std::unique_ptr<pcre2_code, Free> compile(std::string const& pattern, unsigned f
 
 std::string span(int start, int end)
 {
-    return start < 0 ? " *" : " " + std::to_string(start) + "-" + std::to_string(end);
+    return start < 0 ? " *" : std::string(" ").append(std::to_string(start)).append("-").append(std::to_string(end));
 }
 
 std::string matchesOfPeer(pcre2_code const* code, std::string const& subject, unsigned groups)
@@ -197,7 +199,7 @@ std::string matchesOfPeer(pcre2_code const* code, std::string const& subject, un
         int const count = pcre2_match(code, reinterpret_cast<PCRE2_SPTR>(subject.data()), subject.size(), position, 0,
                                       data.get(), nullptr);
         if (count < 0)
-            return count == PCRE2_ERROR_NOMATCH ? text : "error " + std::to_string(count);
+            return count == PCRE2_ERROR_NOMATCH ? text : std::string("error ").append(std::to_string(count));
         size_t const* const ends = pcre2_get_ovector_pointer(data.get());
         for (unsigned i = 0; i < groups; i++)
             text += i < static_cast<unsigned>(count)

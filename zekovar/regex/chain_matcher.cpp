@@ -116,9 +116,7 @@ XCode RE_SequenceMatcher::matchChain(RE_Matcher const* node, RE_MatchContext& co
             return step == RegexStep::RAN_OUT ? XCODE_SUCCESS : XCODE_FAILURE;
         node = pair.m_second.get();
     }
-    if (node->isLeaf())
-        return continueAfter(stepLeaf(*node, context, parameters), context, parameters, next);
-    return node->match(context, parameters, next);
+    return matchNode(*node, context, parameters, next);
 }
 
 RE_DisjunctionMatcher::RE_DisjunctionMatcher(ZKPtr<RE_Matcher> left, ZKPtr<RE_Matcher> right)
@@ -141,11 +139,11 @@ XCode RE_DisjunctionMatcher::match(RE_MatchContext& context, RE_MatchParameters&
     while (node->kind() == KIND)
     {
         auto const& pair = static_cast<RE_DisjunctionMatcher const&>(*node);
-        XCode code = pair.m_left.get()->match(context, parameters, next);
+        XCode code = matchNode(pair.left(), context, parameters, next);
         if (code.isSuccess())
             return code;
         context.restore(choice);
         node = pair.m_right.get();
     }
-    return node->match(context, parameters, next);
+    return matchNode(*node, context, parameters, next);
 }

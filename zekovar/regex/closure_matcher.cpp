@@ -115,7 +115,7 @@ XCode RE_ClosureMatcher::matchBody(RE_MatchContext& context, RE_MatchParameters&
 {
     context.unsetCaptures(m_firstCapture, m_lastCapture);
     Continuation const again(*this, next, context.position, min, max);
-    return m_body.get()->match(context, parameters, again);
+    return matchNode(*m_body, context, parameters, again);
 }
 
 unsigned char RE_ClosureMatcher::runWeight() const

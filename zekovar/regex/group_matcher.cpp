@@ -1,5 +1,7 @@
 #include "zekovar/regex/group_matcher.h"
 
+#include "zekovar/regex/leaf_step.h"
+
 class RE_CaptureGroupMatcher::Continuation final : public RE_Continuation
 {
 public:
@@ -31,7 +33,7 @@ XCode RE_CaptureGroupMatcher::match(RE_MatchContext& context, RE_MatchParameters
                                     RE_Continuation const& next) const
 {
     Continuation const close(*this, next, context.position);
-    return m_body.get()->match(context, parameters, close);
+    return ZK::Detail::matchNode(*m_body, context, parameters, close);
 }
 
 RE_PositiveLookaheadMatcher::RE_PositiveLookaheadMatcher(ZKPtr<RE_Matcher> body)

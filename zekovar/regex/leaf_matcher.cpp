@@ -29,6 +29,33 @@ RegexStep ZK::Detail::stepTextBackward(unsigned char const* text, int count, RE_
     return RegexStep::MATCHED;
 }
 
+RegexStep ZK::Detail::stepLeaf(RE_Matcher const& leaf, RE_MatchContext& context, RE_MatchParameters const& parameters)
+{
+    switch (leaf.kind())
+    {
+    case RE_Matcher::Kind::LITERAL:
+    {
+        String const& literal = static_cast<RE_CharMatcher const&>(leaf).literal();
+        return stepText(reinterpret_cast<unsigned char const*>(literal.c_str()), literal.length(), context, parameters);
+    }
+    case RE_Matcher::Kind::SET:
+        return stepSet(static_cast<RE_CharSetMatcher const&>(leaf), context, parameters);
+    case RE_Matcher::Kind::ANY:
+        return stepAny(context, parameters);
+    case RE_Matcher::Kind::ANCHOR:
+        return static_cast<RE_AnchorMatcher const&>(leaf).holds(context, parameters) ? RegexStep::MATCHED
+                                                                                     : RegexStep::FAILED;
+    case RE_Matcher::Kind::REFERENCE:
+        return stepReference(static_cast<RE_RefCaptureMatcher const&>(leaf).index(), context, parameters);
+    case RE_Matcher::Kind::EXISTENCE:
+        return std::as_const(context.captures)[static_cast<RE_ExistenceCaptureMatcher const&>(leaf).index()].isSet()
+                   ? RegexStep::MATCHED
+                   : RegexStep::FAILED;
+    default:
+        return RegexStep::MATCHED;
+    }
+}
+
 XCode RE_NullMatcher::match(RE_MatchContext& context, RE_MatchParameters& parameters, RE_Continuation const& next) const
 {
     return next.continueMatch(context, parameters);

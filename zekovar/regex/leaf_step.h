@@ -103,33 +103,8 @@ inline RegexStep stepReference(unsigned index, RE_MatchContext& context, RE_Matc
     return stepText(parameters.bytes + capture.start, capture.end - capture.start, context, parameters);
 }
 
-/// One step of any leaf.
-inline RegexStep stepLeaf(RE_Matcher const& leaf, RE_MatchContext& context, RE_MatchParameters const& parameters)
-{
-    switch (leaf.kind())
-    {
-    case RE_Matcher::Kind::LITERAL:
-    {
-        String const& literal = static_cast<RE_CharMatcher const&>(leaf).literal();
-        return stepText(reinterpret_cast<unsigned char const*>(literal.c_str()), literal.length(), context, parameters);
-    }
-    case RE_Matcher::Kind::SET:
-        return stepSet(static_cast<RE_CharSetMatcher const&>(leaf), context, parameters);
-    case RE_Matcher::Kind::ANY:
-        return stepAny(context, parameters);
-    case RE_Matcher::Kind::ANCHOR:
-        return static_cast<RE_AnchorMatcher const&>(leaf).holds(context, parameters) ? RegexStep::MATCHED
-                                                                                     : RegexStep::FAILED;
-    case RE_Matcher::Kind::REFERENCE:
-        return stepReference(static_cast<RE_RefCaptureMatcher const&>(leaf).index(), context, parameters);
-    case RE_Matcher::Kind::EXISTENCE:
-        return std::as_const(context.captures)[static_cast<RE_ExistenceCaptureMatcher const&>(leaf).index()].isSet()
-                   ? RegexStep::MATCHED
-                   : RegexStep::FAILED;
-    default:
-        return RegexStep::MATCHED;
-    }
-}
+/// One step of any leaf. Not inline: its variables would lie on the stack for as long as the rest of the pattern takes.
+RegexStep stepLeaf(RE_Matcher const& leaf, RE_MatchContext& context, RE_MatchParameters const& parameters);
 
 /// Goes on behind a step.
 inline XCode continueAfter(RegexStep step, RE_MatchContext& context, RE_MatchParameters& parameters,
@@ -138,5 +113,14 @@ inline XCode continueAfter(RegexStep step, RE_MatchContext& context, RE_MatchPar
     if (step == RegexStep::MATCHED)
         return next.continueMatch(context, parameters);
     return step == RegexStep::RAN_OUT ? XCODE_SUCCESS : XCODE_FAILURE;
+}
+
+/// Matches any node. A leaf's own frame is gone when the rest of the pattern is matched.
+inline XCode matchNode(RE_Matcher const& node, RE_MatchContext& context, RE_MatchParameters& parameters,
+                       RE_Continuation const& next)
+{
+    if (node.isLeaf())
+        return continueAfter(stepLeaf(node, context, parameters), context, parameters, next);
+    return node.match(context, parameters, next);
 }
 }

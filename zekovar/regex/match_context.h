@@ -106,9 +106,9 @@ public:
 
     unsigned flags = 0;
     int position = 0; ///< offset in the subject
-    int attempt = 0;  ///< where the attempt under way began; the weights in front of it aren't valid
     String weights;   ///< room for one byte for each byte of the subject
     ZKVector<RE_Capture> captures;
+    int attempt = 0; ///< where the attempt under way began; the weights in front of it aren't valid
 
 private:
     struct Overwritten
