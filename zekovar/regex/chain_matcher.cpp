@@ -31,14 +31,34 @@ RE_ClosureMatcher const* greedyRun(RE_Matcher const& node)
     return closure.isRun() && closure.isGreedy() ? &closure : nullptr;
 }
 
-int leadingByte(RE_Matcher const& node)
+RE_Matcher const* leadingLeaf(RE_Matcher const* node)
 {
-    RE_Matcher const& lead =
-        node.kind() == RE_Matcher::Kind::SEQUENCE ? static_cast<RE_SequenceMatcher const&>(node).first() : node;
-    if (lead.kind() != RE_Matcher::Kind::LITERAL)
-        return -1;
-    String const& literal = static_cast<RE_CharMatcher const&>(lead).literal();
-    return literal.isEmpty() ? -1 : static_cast<unsigned char>(literal[0]);
+    for (;;)
+    {
+        switch (node->kind())
+        {
+        case RE_Matcher::Kind::SEQUENCE:
+            node = &static_cast<RE_SequenceMatcher const*>(node)->first();
+            break;
+        case RE_Matcher::Kind::GROUP:
+            node = &static_cast<RE_CaptureGroupMatcher const*>(node)->body();
+            break;
+        case RE_Matcher::Kind::ATOMIC:
+            node = &static_cast<RE_AtomicGroupMatcher const*>(node)->body();
+            break;
+        case RE_Matcher::Kind::CLOSURE:
+            if (static_cast<RE_ClosureMatcher const*>(node)->min() == 0)
+                return nullptr;
+            node = &static_cast<RE_ClosureMatcher const*>(node)->body();
+            break;
+        case RE_Matcher::Kind::LITERAL:
+            return static_cast<RE_CharMatcher const*>(node)->literal().isEmpty() ? nullptr : node;
+        case RE_Matcher::Kind::SET:
+            return node;
+        default:
+            return nullptr;
+        }
+    }
 }
 }
 
@@ -46,7 +66,7 @@ class RE_SequenceMatcher::Continuation final : public RE_Continuation
 {
 public:
     Continuation(RE_SequenceMatcher const& matcher, RE_Continuation const& next)
-        : RE_Continuation(matcher.m_nextByte), m_matcher(matcher), m_next(next)
+        : RE_Continuation(matcher.m_nextLeaf), m_matcher(matcher), m_next(next)
     {
     }
 
@@ -64,7 +84,7 @@ RE_SequenceMatcher::RE_SequenceMatcher(ZKPtr<RE_Matcher> first, ZKPtr<RE_Matcher
     : RE_Matcher(KIND, first.get()->readsCaptures() || second.get()->readsCaptures()),
       m_first(std::move(first)),
       m_second(std::move(second)),
-      m_nextByte(leadingByte(*m_second))
+      m_nextLeaf(leadingLeaf(m_second.get()))
 {
 }
 

@@ -18,8 +18,8 @@ public:
 
     RE_Matcher const& second() const { return *m_second; }
 
-    /// The byte that the second node begins with, -1 if it isn't just one.
-    int nextByte() const { return m_nextByte; }
+    /// The literal or the set that the second node begins with, null if it begins with something else.
+    RE_Matcher const* nextLeaf() const { return m_nextLeaf; }
 
     static constexpr Kind KIND = Kind::SEQUENCE;
 
@@ -34,7 +34,7 @@ private:
 
     ZKPtr<RE_Matcher> m_first;
     ZKPtr<RE_Matcher> m_second;
-    int m_nextByte;
+    RE_Matcher const* m_nextLeaf;
 };
 
 /// Matches one node or, where that leads nowhere, another one.

@@ -38,14 +38,36 @@ int countWhile(RE_MatchContext const& context, RE_MatchParameters const& paramet
     return count;
 }
 
-// A look at the next byte spares most calls of a continuation that would fail there.
-bool canGoOn(RE_MatchContext const& context, RE_MatchParameters const& parameters, RE_Continuation const& next)
+/// A look at the next byte, which spares most calls of a continuation that would fail there.
+class NextByte
 {
-    constexpr unsigned BLURRING = RE_FLAG_IGNORE_CASE | RE_FLAG_BACKWARD | RE_FLAG_PARTIAL;
-    if (next.nextByte() < 0 || (context.flags & BLURRING) != 0)
-        return true;
-    return context.position < parameters.length && parameters.bytes[context.position] == next.nextByte();
-}
+public:
+    NextByte(RE_MatchContext const& context, RE_Continuation const& next)
+    {
+        constexpr unsigned BLURRING = RE_FLAG_IGNORE_CASE | RE_FLAG_BACKWARD | RE_FLAG_PARTIAL;
+        RE_Matcher const* const leaf = next.nextLeaf();
+        if (leaf == nullptr || (context.flags & BLURRING) != 0)
+            return;
+        if (leaf->kind() == RE_Matcher::Kind::SET)
+            m_set = &static_cast<RE_CharSetMatcher const*>(leaf)->set();
+        else
+            m_byte = static_cast<unsigned char>(static_cast<RE_CharMatcher const*>(leaf)->literal()[0]);
+    }
+
+    bool fits(RE_MatchContext const& context, RE_MatchParameters const& parameters) const
+    {
+        if (m_set == nullptr && m_byte < 0)
+            return true;
+        if (context.position == parameters.length)
+            return false;
+        unsigned char const byte = parameters.bytes[context.position];
+        return m_set != nullptr ? m_set->isCharAllowed(byte) : byte == m_byte;
+    }
+
+private:
+    RE_AcceptanceSet const* m_set = nullptr;
+    int m_byte = -1;
+};
 }
 
 class RE_ClosureMatcher::Continuation final : public RE_Continuation
@@ -195,11 +217,12 @@ XCode RE_ClosureMatcher::shortenRun(unsigned spare, RE_MatchContext& context, RE
                                     RE_Continuation const& next) const
 {
     int const step = context.isBackward() ? -1 : 1;
+    NextByte const nextByte(context, next);
     RE_MatchContext::Choice choice = context.save();
     for (;; spare--, choice.position -= step)
     {
         context.restore(choice);
-        if (canGoOn(context, parameters, next))
+        if (nextByte.fits(context, parameters))
         {
             XCode code = next.continueMatch(context, parameters);
             if (code.isSuccess())
@@ -213,9 +236,10 @@ XCode RE_ClosureMatcher::shortenRun(unsigned spare, RE_MatchContext& context, RE
 XCode RE_ClosureMatcher::extendRun(unsigned most, RE_MatchContext& context, RE_MatchParameters& parameters,
                                    RE_Continuation const& next) const
 {
+    NextByte const nextByte(context, next);
     for (;; most--)
     {
-        if (canGoOn(context, parameters, next))
+        if (nextByte.fits(context, parameters))
         {
             RE_MatchContext::Choice const choice = context.save();
             XCode code = next.continueMatch(context, parameters);

@@ -3,6 +3,7 @@
 #include "zekovar/foundation/xcode.h"
 
 class RE_MatchContext;
+class RE_Matcher;
 struct RE_MatchParameters;
 
 /// All the rest of a pattern behind one node. It lives on the stack of the `match` call that makes it.
@@ -15,17 +16,17 @@ public:
     /// caller that has another choice restores it.
     virtual XCode continueMatch(RE_MatchContext& context, RE_MatchParameters& parameters) const = 0;
 
-    /// The byte that must stand at the position for the rest to match, forward and without a flag that blurs it; -1 if
-    /// there is no such byte.
-    int nextByte() const { return m_nextByte; }
+    /// The literal or the set that must match at the position for the rest to match, null if there is none such. Its
+    /// flags are those in force where the rest begins.
+    RE_Matcher const* nextLeaf() const { return m_nextLeaf; }
 
 protected:
-    explicit RE_Continuation(int nextByte = -1) : m_nextByte(nextByte) {}
+    explicit RE_Continuation(RE_Matcher const* nextLeaf = nullptr) : m_nextLeaf(nextLeaf) {}
 
     RE_Continuation(RE_Continuation const&) = default;
 
 private:
-    int m_nextByte;
+    RE_Matcher const* m_nextLeaf;
 };
 
 /// The rest of nothing: succeeds and leaves the context as it is.

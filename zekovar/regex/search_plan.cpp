@@ -116,12 +116,12 @@ void RE_SearchPlan::takeLead(RE_Matcher const& pattern)
     RE_Matcher const* lead = &pattern;
     bool isCaptured = false;
     bool isAtomic = false;
-    int nextByte = -1;
+    RE_Matcher const* next = nullptr;
     for (;;)
     {
         if (lead->kind() == Kind::SEQUENCE)
         {
-            nextByte = static_cast<RE_SequenceMatcher const*>(lead)->nextByte();
+            next = static_cast<RE_SequenceMatcher const*>(lead)->nextLeaf();
             lead = &static_cast<RE_SequenceMatcher const*>(lead)->first();
         }
         else if (lead->kind() == Kind::GROUP)
@@ -162,10 +162,11 @@ void RE_SearchPlan::takeLead(RE_Matcher const& pattern)
             (!isCaptured || !pattern.readsCaptures()))
             m_leadingRun = closure;
         addFirstBytes(closure->body(), m_members);
-        if (nextByte >= 0 && !m_members.isCharAllowed(static_cast<unsigned char>(nextByte)))
+        if (next != nullptr && next->kind() == Kind::LITERAL)
         {
-            m_delimitedRun = closure;
-            m_delimiter = static_cast<unsigned char>(nextByte);
+            m_delimiter = static_cast<unsigned char>(static_cast<RE_CharMatcher const*>(next)->literal()[0]);
+            if (!m_members.isCharAllowed(m_delimiter))
+                m_delimitedRun = closure;
         }
     }
 }

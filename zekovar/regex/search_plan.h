@@ -45,5 +45,5 @@ private:
     RE_ClosureMatcher const* m_leadingRun = nullptr;   // that begins the pattern and takes all it can
     RE_ClosureMatcher const* m_delimitedRun = nullptr; // that begins the pattern, in front of the delimiter
     RE_AcceptanceSet m_members;                        // of either run
-    int m_delimiter = 0;                               // isn't a member
+    unsigned char m_delimiter = 0;                     // isn't a member
 };
