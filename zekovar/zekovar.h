@@ -61,6 +61,7 @@
 #include "zekovar/events/timeout_event.h"
 
 #include "zekovar/files/file.h"
+#include "zekovar/files/preferences.h"
 
 #include "zekovar/foundation/base64.h"
 #include "zekovar/foundation/enum_info.h"
