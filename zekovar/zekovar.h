@@ -108,6 +108,7 @@
 #include "zekovar/jobs/unknown.h"
 
 #include "zekovar/property/iterator.h"
+#include "zekovar/property/text_lexer.h"
 #include "zekovar/property/value.h"
 
 #include "zekovar/regex/acceptance_set.h"
