@@ -67,7 +67,8 @@ public:
     /// Has `observer` called with the status when the job ends, in place of the observer before. On a completed future
     /// it is called before this returns. Each end of the job reaches the observer once, without a lock, on the thread
     /// that ends the job or, if that came first, on this one. An empty function removes the observer; a call that has
-    /// begun then still ends.
+    /// begun then still ends. An asynchronous observer goes with the future, also between the end and its call: keep a
+    /// reference until it was called, or see `Function::setDontCancelOnDestruction`.
     virtual void setCompletionObserver(Function<void(XCode)> observer) = 0;
 
     /// May have changed by the time it is looked at, but never leaves `cancelled` and `done`.
