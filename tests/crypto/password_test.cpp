@@ -1,5 +1,6 @@
 #include "zekovar/crypto/password.h"
 
+#include "tests/crypto/freed_memory.h"
 #include "tests/string_printer.h"
 #include "zekovar/crypto/crypto_utilities.h"
 #include "zekovar/foundation/base64.h"
@@ -7,34 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <malloc.h>
-#include <new>
 #include <string>
-
-// What no freed array may hold.
-static char const SECRET[] = "a secret that must not stay";
-static bool s_secretStays = false;
-
-void* operator new[](std::size_t size)
-{
-    if (void* const memory = std::malloc(size + (size == 0)))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void operator delete[](void* memory) noexcept
-{
-    if (memory != nullptr && ::memmem(memory, ::malloc_usable_size(memory), SECRET, sizeof(SECRET) - 1) != nullptr)
-        s_secretStays = true;
-    std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept
-{
-    ::operator delete[](memory);
-}
 
 TEST(Password, IsReadBackAndDoesNotStayInMemory)
 {
@@ -49,7 +24,7 @@ TEST(Password, IsReadBackAndDoesNotStayInMemory)
         EXPECT_TRUE(decryptPassword(stored, out));
         EXPECT_EQ(out, password);
     }
-    EXPECT_FALSE(s_secretStays);
+    EXPECT_FALSE(secretWasFreed());
 }
 
 TEST(Password, WhatIsNoneLeavesTheResultAlone)
