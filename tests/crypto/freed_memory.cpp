@@ -13,9 +13,14 @@ bool secretWasFreed()
     return std::exchange(s_secretStays, false);
 }
 
+void* operator new[](std::size_t size, std::nothrow_t const&) noexcept
+{
+    return std::malloc(size + (size == 0));
+}
+
 void* operator new[](std::size_t size)
 {
-    if (void* const memory = std::malloc(size + (size == 0)))
+    if (void* const memory = ::operator new[](size, std::nothrow))
         return memory;
     throw std::bad_alloc();
 }

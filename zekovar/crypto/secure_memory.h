@@ -9,7 +9,8 @@ namespace ZK::Detail
 /// with size 0.
 inline void wipeSecret(void* memory, std::size_t size)
 {
-    explicit_bzero(memory, size);
+    if (size > 0)
+        explicit_bzero(memory, size);
 }
 
 /// Whether two areas hold the same bytes, in a time that depends on `size` only and not on where they differ.
