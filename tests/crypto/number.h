@@ -7,8 +7,6 @@
 class Number : public BigInteger
 {
 public:
-    using BigInteger::operator=;
-
     explicit Number(std::string const& bytes) : BigInteger(sizeOf(bytes) * 8) { setValue(raw(bytes), sizeOf(bytes)); }
 
     std::string bytes() const
@@ -20,15 +18,16 @@ public:
     }
 };
 
-/// The same sequence of words in every run.
+/// The same words in every run.
 inline unsigned int randomWord()
 {
     static std::mt19937 engine(21);
     return static_cast<unsigned int>(engine());
 }
 
-template <unsigned int WORD>
-unsigned int constantWord()
+/// Random, or at a limit, where estimates of quotients fail.
+inline unsigned int wordAtLimit()
 {
-    return WORD;
+    static constexpr unsigned int LIMITS[] = {0, 1, 2, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFE, 0xFFFFFFFF};
+    return randomWord() % 2 != 0 ? LIMITS[randomWord() % 8] : randomWord();
 }

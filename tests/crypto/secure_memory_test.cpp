@@ -1,13 +1,47 @@
 #include "zekovar/crypto/secure_memory.h"
 
+#include "tests/crypto/number.h"
 #include "zekovar/crypto/des.h"
 #include "zekovar/crypto/hmac.h"
+#include "zekovar/crypto/password.h"
+#include "zekovar/crypto/rsa.h"
 #include "zekovar/crypto/sum_helper.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <malloc.h>
 #include <new>
+
+/// What no freed array may hold. It reads the same as words of either byte order.
+static char const SECRET[] = "noonnoonnoonnoonnoonnoon";
+static bool s_secretStays = false;
+
+void* operator new[](std::size_t size, std::nothrow_t const&) noexcept
+{
+    return std::malloc(size + (size == 0));
+}
+
+void* operator new[](std::size_t size)
+{
+    if (void* const memory = ::operator new[](size, std::nothrow))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete[](void* memory) noexcept
+{
+    if (memory != nullptr && ::memmem(memory, ::malloc_usable_size(memory), SECRET, sizeof(SECRET) - 1) != nullptr)
+        s_secretStays = true;
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept
+{
+    ::operator delete[](memory);
+}
 
 namespace
 {
@@ -38,6 +72,24 @@ TEST(SecureMemory, KeysDoNotOutliveTheirObjects)
                                       { cipher.initialize(CryptoDirection::ENCRYPT, CryptoMode::CBC, 8, KEY, 8); });
     expectWiped<TripleDESEncryptionContext>(
         [](auto& cipher) { cipher.initialize(CryptoDirection::ENCRYPT, CryptoMode::CBC, 24, KEY, 8); });
+}
+
+TEST(SecureMemory, SecretsDoNotStayInFreedArrays)
+{
+    std::string const secret = SECRET, larger(secret.size(), '\xFF');
+    std::string data = secret;
+    unsigned int length = sizeOf(secret);
+    s_secretStays = false;
+    {
+        RSAEncryptionContext rsa;
+        Number number(secret), modulus(larger);
+        EXPECT_TRUE(rsa.setKeys(length * 8, raw(larger), raw(secret), raw(secret)));
+        EXPECT_TRUE(rsa.crypt(raw(data), &length, RSAKeyType::PRIVATE));
+        EXPECT_TRUE(BigInteger::gcd(&modulus, &number, &modulus));
+        String stored, password = SECRET;
+        EXPECT_TRUE(encryptPassword(SECRET, stored) && decryptPassword(stored, password));
+    }
+    EXPECT_FALSE(s_secretStays);
 }
 
 TEST(SecureMemory, ComparisonSeesEveryByte)
