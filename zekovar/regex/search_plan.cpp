@@ -92,6 +92,41 @@ bool addFirstBytes(RE_Matcher const& node, RE_AcceptanceSet& bytes)
     }
 }
 
+/// The node that each match goes through first, with the flags of the whole pattern.
+struct Lead
+{
+    RE_Matcher const* node;
+    RE_Matcher const* next = nullptr; // the literal or set behind it, if there is one
+    bool isCaptured = false;          // by a group that can be referred to
+    bool isAtomic = false;
+};
+
+Lead leadOf(RE_Matcher const& pattern)
+{
+    Lead lead{&pattern};
+    for (;;)
+    {
+        switch (lead.node->kind())
+        {
+        case Kind::SEQUENCE:
+            lead.next = static_cast<RE_SequenceMatcher const*>(lead.node)->nextLeaf();
+            lead.node = &static_cast<RE_SequenceMatcher const*>(lead.node)->first();
+            break;
+        case Kind::GROUP:
+            // nothing can refer to the outermost group, which is around everything
+            lead.isCaptured = lead.isCaptured || lead.node != &pattern;
+            lead.node = &static_cast<RE_CaptureGroupMatcher const*>(lead.node)->body();
+            break;
+        case Kind::ATOMIC:
+            lead.isAtomic = true;
+            lead.node = &static_cast<RE_AtomicGroupMatcher const*>(lead.node)->body();
+            break;
+        default:
+            return lead;
+        }
+    }
+}
+
 /// The first place of a byte from `from` on, -1 if there is none.
 int findByte(int byte, int from, RE_MatchParameters const& parameters)
 {
@@ -110,65 +145,41 @@ RE_SearchPlan::RE_SearchPlan(RE_Matcher const& pattern)
     takeLead(pattern);
 }
 
-// The lead is the node that each match goes through first, with the flags of the whole pattern.
 void RE_SearchPlan::takeLead(RE_Matcher const& pattern)
 {
-    RE_Matcher const* lead = &pattern;
-    bool isCaptured = false;
-    bool isAtomic = false;
-    RE_Matcher const* next = nullptr;
-    for (;;)
+    Lead const lead = leadOf(pattern);
+    if (lead.node->kind() == Kind::LITERAL)
     {
-        if (lead->kind() == Kind::SEQUENCE)
-        {
-            next = static_cast<RE_SequenceMatcher const*>(lead)->nextLeaf();
-            lead = &static_cast<RE_SequenceMatcher const*>(lead)->first();
-        }
-        else if (lead->kind() == Kind::GROUP)
-        {
-            // nothing can refer to the outermost group, which is around everything
-            isCaptured = isCaptured || lead != &pattern;
-            lead = &static_cast<RE_CaptureGroupMatcher const*>(lead)->body();
-        }
-        else if (lead->kind() == Kind::ATOMIC)
-        {
-            isAtomic = true;
-            lead = &static_cast<RE_AtomicGroupMatcher const*>(lead)->body();
-        }
-        else
-        {
-            break;
-        }
+        m_prefix = static_cast<RE_CharMatcher const*>(lead.node)->literal();
     }
-
-    if (lead->kind() == Kind::LITERAL)
+    else if (lead.node->kind() == Kind::ANCHOR)
     {
-        m_prefix = static_cast<RE_CharMatcher const*>(lead)->literal();
-    }
-    else if (lead->kind() == Kind::ANCHOR)
-    {
-        char const anchor = static_cast<RE_AnchorMatcher const*>(lead)->anchor();
+        char const anchor = static_cast<RE_AnchorMatcher const*>(lead.node)->anchor();
         if (anchor == '^')
             m_place = Place::LINE;
         else if (anchor == 'A' || anchor == '`')
             m_place = Place::SUBJECT;
     }
-    else if (lead->kind() == Kind::CLOSURE && static_cast<RE_ClosureMatcher const*>(lead)->isRun())
+    else if (lead.node->kind() == Kind::CLOSURE && static_cast<RE_ClosureMatcher const*>(lead.node)->isRun())
     {
-        auto const* closure = static_cast<RE_ClosureMatcher const*>(lead);
+        auto const& run = static_cast<RE_ClosureMatcher const&>(*lead.node);
         // a lazy run that can't be re-entered stops at another place for each start
-        bool const reachesTheSame = closure->isGreedy() || !isAtomic;
-        if (closure->max() == RE_ClosureMatcher::UNLIMITED && reachesTheSame &&
-            (!isCaptured || !pattern.readsCaptures()))
-            m_leadingRun = closure;
-        addFirstBytes(closure->body(), m_members);
-        if (next != nullptr && next->kind() == Kind::LITERAL)
-        {
-            m_delimiter = static_cast<unsigned char>(static_cast<RE_CharMatcher const*>(next)->literal()[0]);
-            if (!m_members.isCharAllowed(m_delimiter))
-                m_delimitedRun = closure;
-        }
+        bool const reachesTheSame = run.isGreedy() || !lead.isAtomic;
+        bool const isForgotten = !lead.isCaptured || !pattern.readsCaptures();
+        if (run.max() == RE_ClosureMatcher::UNLIMITED && reachesTheSame && isForgotten)
+            m_leadingRun = &run;
+        takeDelimiter(run, lead.next);
     }
+}
+
+void RE_SearchPlan::takeDelimiter(RE_ClosureMatcher const& run, RE_Matcher const* next)
+{
+    if (next == nullptr || next->kind() != Kind::LITERAL)
+        return;
+    addFirstBytes(run.body(), m_members);
+    m_delimiter = static_cast<unsigned char>(static_cast<RE_CharMatcher const*>(next)->literal()[0]);
+    if (!m_members.isCharAllowed(m_delimiter))
+        m_delimitedRun = &run;
 }
 
 int RE_SearchPlan::findStart(int from, RE_MatchContext const& context, RE_MatchParameters const& parameters) const

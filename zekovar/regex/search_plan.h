@@ -24,6 +24,7 @@ public:
 
 private:
     void takeLead(RE_Matcher const& pattern);
+    void takeDelimiter(RE_ClosureMatcher const& run, RE_Matcher const* next);
     int findLine(int from, RE_MatchContext const& context, RE_MatchParameters const& parameters) const;
     int findDelimitedRun(int from, RE_MatchParameters const& parameters) const;
     int findFirstByte(int from, RE_MatchContext const& context, RE_MatchParameters const& parameters) const;
@@ -44,6 +45,6 @@ private:
     String m_prefix;                                   // with which each match begins unless case is ignored
     RE_ClosureMatcher const* m_leadingRun = nullptr;   // that begins the pattern and takes all it can
     RE_ClosureMatcher const* m_delimitedRun = nullptr; // that begins the pattern, in front of the delimiter
-    RE_AcceptanceSet m_members;                        // of either run
+    RE_AcceptanceSet m_members;                        // of the delimited run
     unsigned char m_delimiter = 0;                     // isn't a member
 };
