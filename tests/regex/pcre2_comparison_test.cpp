@@ -172,8 +172,8 @@ struct Free
 
 std::unique_ptr<pcre2_code, Free> compile(std::string const& pattern, unsigned flags)
 {
-    // 10.42 takes some optional groups for required ones when it makes what is in front of them possessive
-    uint32_t options = PCRE2_NO_AUTO_POSSESS;
+    // 10.42's short cuts are wrong at times: in front of optional groups, and where alternatives differ in their case
+    uint32_t options = PCRE2_NO_AUTO_POSSESS | PCRE2_NO_START_OPTIMIZE;
     options |= PCRE2_DOLLAR_ENDONLY | PCRE2_ALT_CIRCUMFLEX | PCRE2_MATCH_UNSET_BACKREF;
     options |= (flags & RE_FLAG_IGNORE_CASE) != 0 ? PCRE2_CASELESS : 0;
     options |= (flags & RE_FLAG_DOT_NOT_NEWLINE) != 0 ? 0 : PCRE2_DOTALL;
