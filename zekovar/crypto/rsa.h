@@ -35,7 +35,7 @@ public:
 
     /// Makes new keys of `bits` bits, rounded down to whole words, in place of the old ones. The public exponent is as
     /// wide as the modulus. Blocks for some time, which grows with the fourth power of the width: a tenth of a second
-    /// or so for 1024 bits, some hundred times that on the device.
+    /// or so for 1024 bits on a desktop processor, much longer on the device.
     ///
     /// Fails, without keys, for less than 64 bits, for a width that whole words fall short of by 16 bits or more, and
     /// where memory is out. It also fails, instead of searching without end, for a `random` so bad that 1000 draws in a
