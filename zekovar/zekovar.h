@@ -108,8 +108,12 @@
 #include "zekovar/jobs/unknown.h"
 
 #include "zekovar/property/iterator.h"
+#include "zekovar/property/json.h"
+#include "zekovar/property/json_lexer.h"
 #include "zekovar/property/text_lexer.h"
+#include "zekovar/property/ubjson.h"
 #include "zekovar/property/value.h"
+#include "zekovar/property/yaml.h"
 
 #include "zekovar/regex/acceptance_set.h"
 #include "zekovar/regex/chain_matcher.h"

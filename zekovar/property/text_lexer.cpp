@@ -1,17 +1,21 @@
 #include "zekovar/property/text_lexer.h"
 
+#include <bit>
 #include <cctype>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <locale.h>
+#include <utility>
 
 using ZK::Property::TextLexer;
 
 namespace
 {
-
-bool isDigit(char character)
-{
-    return character >= '0' && character <= '9';
-}
+constexpr int UNICODE_DIGITS = 4;
 
 /// The byte that a letter behind a backslash stands for, 0 for none.
 char controlOf(char letter)
@@ -32,27 +36,52 @@ char controlOf(char letter)
         return '\0';
     }
 }
+
+/// Sets the top bit of each byte of `word` that is `character`, and perhaps of some above the first of these.
+uint64_t findByte(uint64_t word, char character)
+{
+    constexpr uint64_t ONES = 0x0101010101010101;
+    uint64_t const difference = word ^ (ONES * static_cast<unsigned char>(character));
+    return (difference - ONES) & ~difference & (ONES * 0x80);
 }
 
-bool TextLexer::fail(int start, char const* reason)
+/// Whether all of the text is a number; `isInRange` tells whether `value` was set to it.
+template <class T>
+bool parseWhole(std::string_view text, T& value, bool& isInRange)
+{
+    char const* const last = text.data() + text.size();
+    auto const [end, error] = std::from_chars(text.data(), last, value);
+    isInRange = error == std::errc();
+    return error != std::errc::invalid_argument && end == last;
+}
+
+/// Reads a number whose size `std::from_chars` refuses. False if it is too large.
+bool parseExtreme(String const& text, double& value)
+{
+    // the "C" locale is a constant of the C library: nothing is made here, and nothing to be freed
+    static locale_t const plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    value = strtod_l(text.c_str(), nullptr, plain);
+    return std::isfinite(value);
+}
+}
+
+bool TextLexer::fail(int start, String const& reason)
 {
     m_position = start;
     m_errorText = reason;
     return false;
 }
 
-void TextLexer::skipWhitespaces()
+String const& TextLexer::getTokenText() const
 {
-    while (!isAtEnd() && isspace(static_cast<unsigned char>(current())))
-        m_position++;
+    if (!std::exchange(m_isTokenTextMade, true))
+        m_tokenText = textOfToken();
+    return m_tokenText;
 }
 
-bool TextLexer::parseConstChar(char character)
+String TextLexer::takeTokenText()
 {
-    if (isAtEnd() || current() != character)
-        return false;
-    m_position++;
-    return true;
+    return std::exchange(m_isTokenTextMade, true) ? std::move(m_tokenText) : textOfToken();
 }
 
 bool TextLexer::parseConstString(char const* text)
@@ -72,32 +101,24 @@ bool TextLexer::parseAnyChar(char& character)
     return true;
 }
 
-bool TextLexer::parseAnyDigit()
-{
-    if (isAtEnd() || !isDigit(current()))
-        return false;
-    m_position++;
-    return true;
-}
-
-void TextLexer::storeParsedString(int start, int end)
-{
-    m_tokenText = "";
-    m_tokenText.concat(m_text + start, end - start);
-}
-
 bool TextLexer::parseStringToInt(long long& value)
 {
-    char* end;
-    value = std::strtoll(m_tokenText.c_str(), &end, 10);
-    return (!m_tokenText.isEmpty() && *end == '\0') || fail(m_position, "Invalid 64-bit integer");
+    std::string_view const text = spelling();
+    bool isInRange;
+    if (!parseWhole(text, value, isInRange))
+        return fail(m_position, "Invalid 64-bit integer");
+    using Limits = std::numeric_limits<long long>;
+    if (!isInRange)
+        value = text.front() == '-' ? Limits::min() : Limits::max();
+    return true;
 }
 
 bool TextLexer::parseStringToFloat(double& value)
 {
-    char* end;
-    value = std::strtod(m_tokenText.c_str(), &end);
-    return (!m_tokenText.isEmpty() && *end == '\0') || fail(m_position, "Invalid floating-point number");
+    bool isInRange;
+    if (!parseWhole(spelling(), value, isInRange) || (!isInRange && !parseExtreme(getTokenText(), value)))
+        return fail(m_position, "Invalid floating-point number");
+    return true;
 }
 
 bool TextLexer::parseQuoted(Quotation const& quotation)
@@ -105,19 +126,18 @@ bool TextLexer::parseQuoted(Quotation const& quotation)
     int const start = m_position;
     if (!parseConstChar(quotation.mark))
         return fail(start, quotation.startMissing);
-    m_tokenText = "";
-    while (!isAtEnd())
+    bool hasEscapes = false;
+    for (skipPlainText(quotation.mark); !parseConstChar(quotation.mark); skipPlainText(quotation.mark))
     {
-        int const run = m_position;
-        while (!isAtEnd() && current() != quotation.mark && current() != '\\')
-            m_position++;
-        m_tokenText.concat(m_text + run, m_position - run);
-        if (parseConstChar(quotation.mark))
-            return true;
-        if (parseConstChar('\\') && !parseEscape(quotation, start))
+        if (!parseConstChar('\\'))
+            return fail(start, quotation.endMissing);
+        if (!parseEscape(quotation, start))
             return false;
+        hasEscapes = true;
     }
-    return fail(start, quotation.endMissing);
+    storeParsedString(start + 1, m_position - 1);
+    m_hasEscapes = hasEscapes;
+    return true;
 }
 
 bool TextLexer::parseEscape(Quotation const& quotation, int start)
@@ -127,22 +147,16 @@ bool TextLexer::parseEscape(Quotation const& quotation, int start)
         return fail(start, quotation.escapeMissing);
     if (letter == 'u' && quotation.hasUnicode)
         return parseFourHexDigits() || fail(start, "Expecting 4 hexadecimal digits after \\u in string");
-    if (char const control = controlOf(letter))
-        m_tokenText += control;
-    else if (letter != '\0' && std::strchr(quotation.quotes, letter) != nullptr)
-        m_tokenText += letter;
-    else
-    {
-        m_position = start;
-        m_errorText.format(quotation.badEscape, letter);
-        return false;
-    }
-    return true;
+    if (controlOf(letter) != '\0' || (letter != '\0' && std::strchr(quotation.quotes, letter) != nullptr))
+        return true;
+    m_position = start;
+    m_errorText.format(quotation.badEscape, letter);
+    return false;
 }
 
 bool TextLexer::parseFourHexDigits()
 {
-    for (int i = 0; i < 4; i++)
+    for (int i = 0; i < UNICODE_DIGITS; i++)
     {
         char digit;
         if (!parseAnyChar(digit) || !isxdigit(static_cast<unsigned char>(digit)))
@@ -182,4 +196,60 @@ bool TextLexer::parseNumber(bool& isFloating)
     }
     storeParsedString(start, m_position);
     return true;
+}
+
+/// Goes to the next quotation mark or backslash, or to the end. Eight bytes at a time: most of a document is quoted.
+void TextLexer::skipPlainText(char mark)
+{
+    char const* text = m_text + m_position;
+    char const* const end = m_text + m_length;
+    for (uint64_t word; end - text >= 8; text += 8)
+    {
+        std::memcpy(&word, text, 8);
+        uint64_t const found = findByte(word, mark) | findByte(word, '\\');
+        if (found == 0)
+            continue;
+        // only the lowest bit set is sure, and that is the first byte on such a machine alone
+        if constexpr (std::endian::native == std::endian::little)
+        {
+            m_position = static_cast<int>(text - m_text) + std::countr_zero(found) / 8;
+            return;
+        }
+        break;
+    }
+    while (text != end && *text != mark && *text != '\\')
+        ++text;
+    m_position = static_cast<int>(text - m_text);
+}
+
+String TextLexer::textOfToken() const
+{
+    String text(m_text, m_tokenEnd, m_tokenStart, m_tokenEnd - m_tokenStart);
+    if (!m_hasEscapes)
+        return text;
+    char* out = text.data();
+    for (int i = m_tokenStart; i < m_tokenEnd; ++i)
+    {
+        if (m_text[i] != '\\')
+        {
+            *out++ = m_text[i];
+            continue;
+        }
+        char const letter = m_text[++i];
+        if (letter == 'u')
+            i += UNICODE_DIGITS;
+        else
+            *out++ = controlOf(letter) != '\0' ? controlOf(letter) : letter;
+    }
+    text.deleteRegion(static_cast<int>(out - text.data()));
+    return text;
+}
+
+/// The token text, not made if it stands in the input as it is.
+std::string_view TextLexer::spelling() const
+{
+    if (!m_isTokenTextMade && !m_hasEscapes)
+        return {m_text + m_tokenStart, static_cast<std::size_t>(m_tokenEnd - m_tokenStart)};
+    String const& text = getTokenText();
+    return {text.c_str(), static_cast<std::size_t>(text.length())};
 }

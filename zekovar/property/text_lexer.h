@@ -2,20 +2,24 @@
 
 #include "zekovar/foundation/string.h"
 
-#include <cstring>
+#include <string_view>
 
 namespace ZK::Property
 {
 /// What the lexers of JSON and of template tags have in common: a position in a text, and readers of quoted text and of
 /// numbers.
 ///
-/// A reader that fails doesn't move, and leaves its reason in the error text. The text isn't copied and may hold zero
-/// bytes. No lock; nothing recurses.
+/// A reader that fails doesn't move, and leaves its reason in the error text. The text isn't copied, must outlive the
+/// lexer and may hold zero bytes; what is read doesn't depend on the locale. No lock, not even for reading the token
+/// text, which is made when it is asked for; nothing recurses.
 class TextLexer
 {
 public:
-    /// The last token: decoded if it was quoted, else as it was spelled.
-    String const& getTokenText() const { return m_tokenText; }
+    /// The last token: decoded if it was quoted, else as it was spelled. Good until the next one is read.
+    String const& getTokenText() const;
+
+    /// As above, for a caller that keeps it; it can be taken once.
+    String takeTokenText();
 
     /// Why the last reader failed; of no meaning after a success.
     String const& getErrorText() const { return m_errorText; }
@@ -23,10 +27,20 @@ public:
     /// Offset of the next byte to read.
     int getPosition() const { return m_position; }
 
-    /// Moves past what `isspace` accepts.
-    void skipWhitespaces();
+    /// Moves past what `isspace` accepts in the "C" locale.
+    void skipWhitespaces()
+    {
+        while (!isAtEnd() && (current() == ' ' || (current() >= '\t' && current() <= '\r')))
+            m_position++;
+    }
 
-    bool parseConstChar(char character);
+    bool parseConstChar(char character)
+    {
+        if (isAtEnd() || current() != character)
+            return false;
+        m_position++;
+        return true;
+    }
 
     /// By prefix only: what follows the text doesn't matter.
     bool parseConstString(char const* text);
@@ -34,13 +48,27 @@ public:
     /// Any byte, also a zero; false only at the end.
     bool parseAnyChar(char& character);
 
-    bool parseAnyDigit();
+    bool parseAnyDigit()
+    {
+        if (isAtEnd() || !isDigit(current()))
+            return false;
+        m_position++;
+        return true;
+    }
 
     /// Makes the bytes from `start` to before `end` the token text.
-    void storeParsedString(int start, int end);
+    void storeParsedString(int start, int end)
+    {
+        m_tokenStart = start;
+        m_tokenEnd = end;
+        m_hasEscapes = false;
+        m_isTokenTextMade = false;
+    }
 
     /// The token text as a decimal number; the nearest number in range if it has none.
     bool parseStringToInt(long long& value);
+
+    /// As above; what is too small becomes the nearest number, and what is too large for `double` fails.
     bool parseStringToFloat(double& value);
 
 protected:
@@ -70,18 +98,29 @@ protected:
 
     char current() const { return m_text[m_position]; }
 
+    static bool isDigit(char character) { return character >= '0' && character <= '9'; }
+
     /// Goes back to `start` and keeps the reason; false, for the reader to return.
-    bool fail(int start, char const* reason);
+    bool fail(int start, String const& reason);
 
     char const* m_text;
     int m_length;
     int m_position = 0;
-    String m_tokenText;
+    mutable String m_tokenText;
     String m_errorText;
 
 private:
     bool parseEscape(Quotation const& quotation, int start);
     bool parseFourHexDigits();
     bool skipDigits();
+    void skipPlainText(char mark);
+    String textOfToken() const;
+    std::string_view spelling() const;
+
+    // the token's place, from which the text is made
+    mutable bool m_isTokenTextMade = true;
+    bool m_hasEscapes = false;
+    int m_tokenStart = 0;
+    int m_tokenEnd = 0;
 };
 }
