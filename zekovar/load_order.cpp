@@ -6,6 +6,7 @@
 #include "zekovar/events/synchronized.h"
 #include "zekovar/foundation/everlasting.h"
 #include "zekovar/foundation/string.h"
+#include "zekovar/property/value.h"
 #include "zekovar/threads/backtrace.h"
 #include "zekovar/threads/lock.h"
 #include "zekovar/threads/sem_fifo.h"
@@ -30,6 +31,8 @@ ZKThreadAttributeType ZKThreadAttributeType::s_none(ZKThreadAttributeType::KEEP_
 
 constinit std::atomic<uint32_t> ZKEventLoop::s_nextUniqueId{0xABAD1DEA};
 ZKThreadAttributeType ZKThreadAttributeSynchronized::s_attributeType(ZKThreadAttributeType::DELETE_ATTRIBUTE);
+
+TString<char> const ZK::Property::emptyBlob;
 
 // constant data: nothing has to run at load time, nor at exit while threads still run machines
 constexpr QEvent QEP_reservedEvt_[4] = {QEvent(Q_EMPTY_SIG), QEvent(Q_ENTRY_SIG), QEvent(Q_EXIT_SIG),

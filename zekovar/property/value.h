@@ -13,6 +13,7 @@
 #include <limits>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 class InfoContainer;
 
@@ -34,10 +35,11 @@ inline constexpr unsigned int MAX_ARRAY_GAP = 1u << 20;
 /// It joins its parent with its first assignment. Its reference is good from then on like that of any element; before,
 /// until the parent goes or 16 further pending children of it were handed out.
 ///
-/// References to elements and members are good until these are removed or replaced, or until the value is assigned to.
+/// References to elements and members are good until these are removed or replaced, or until the value is assigned to or
+/// changes its type. A value may be assigned to, or added to, a part of itself, but not moved there.
 /// Nothing fails: what has the wrong type reads as the default or as `invalid()`. No lock: one value belongs to one
-/// thread at a time; its copies may go to other threads. Values may be nested to any depth and are destroyed, copied,
-/// compared and printed without recursion; `merge` and `diff` recurse as deep as both sides are nested.
+/// thread at a time; its copies may go to other threads. Values may be nested to any depth: all but `diff`, which recurses as
+/// deep as both sides are nested, does without recursion.
 ///
 ///     Value config;
 ///     config["port"]["speed"] = 1000;
@@ -74,7 +76,11 @@ public:
     Value(Value const& other) : Value() { copyFrom(other); }
 
     /// Takes the content and the pending children; `other` becomes "Invalid".
-    Value(Value&& other) noexcept : Value() { takeFrom(other); }
+    Value(Value&& other) noexcept : Value()
+    {
+        takeContent(other);
+        takeWaiting(other);
+    }
 
     /// "Null".
     Value(std::nullptr_t) noexcept : m_payload{}, m_tag(tagOf(Type::NULL_VALUE)) {}
@@ -119,7 +125,7 @@ public:
     Value& operator=(Value const& other);
 
     /// Takes the content of `other`, which may be an element of this value and becomes "Invalid".
-    Value& operator=(Value&& other) noexcept;
+    Value& operator=(Value&& other);
 
     Value& operator=(std::initializer_list<Value> elements) { return *this = Value(elements); }
 
@@ -415,6 +421,7 @@ private:
     class Waiting;
 
     friend class Property::Iterator;
+    friend class Store;
 
     union Payload
     {
@@ -455,25 +462,46 @@ private:
         return value > std::numeric_limits<T>::max() ? std::numeric_limits<T>::max() : static_cast<T>(value);
     }
 
+    /// A part of a merge that isn't done yet.
+    struct Merging
+    {
+        Value* target;
+        Value const* source;
+    };
+
     explicit Value(Store* store) noexcept;
 
     bool hasStore() const { return getType() >= Type::XCODE; }
 
+    /// Where this value is a pending child, or null.
+    Waiting* whereWaiting() const { return isInvalid() ? m_payload.waiting : nullptr; }
+
+    /// The pending children of this value, or null.
     Waiting* waiting() const { return reinterpret_cast<Waiting*>(m_tag & ~TYPE_MASK); }
 
     void setType(Type type) { m_tag = (m_tag & ~TYPE_MASK) | tagOf(type); }
 
+    void setWaiting(Waiting* waiting);
+    Waiting& makeWaiting();
     void destroy() noexcept;
+    bool share(Value const& other);
     void copyFrom(Value const& other);
-    void takeFrom(Value& other) noexcept;
-    Store* replace(Type type, Payload payload) noexcept;
-    Store& writableStore(Type type);
-    Value& handOut(Store& store, Value& element);
+    void takeContent(Value& other) noexcept;
+    void takeWaiting(Value& other) noexcept;
+    void assign(Value& taken);
     void notifyValueInitialized(Waiting* waiting);
-    void onArrayValueInitialized(unsigned int index, Value* child);
-    void onObjectValueInitialized(Member* node);
-    static void fillArrayWithNullValues(Store& store, unsigned int size);
-    static void mergeInto(Value& target, Value const& other, bool overwrite);
+    bool onArrayValueInitialized(unsigned int index, Value* child);
+    bool onObjectValueInitialized(Member* node);
+    void fillArrayWithNullValues(unsigned int size);
+    Value changeType(Type target);
+    static Value EMPTY(Type type);
+    Value toArray() const;
+    Value toObject() const;
+    Store& writableStore(Type type);
+    Store& subscriptStore(Type type);
+    void handOutChildren();
+    void mergeSoFar(Value const& other, bool overwrite, std::vector<Merging>& pending);
+    Value& step(String const& token);
 
     Payload m_payload;
     uintptr_t m_tag; // the type in the low 4 bits; above them a `Waiting`, aligned so, or null

@@ -1,0 +1,158 @@
+#pragma once
+
+#include "zekovar/property/member_index.h"
+#include "zekovar/property/node_list.h"
+#include "zekovar/property/value.h"
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace ZK::Property
+{
+/// The counted content of a value whose type is "XCode" or above; what is smaller lies in the value itself.
+///
+/// Values on different threads may share a store: it is only read then. A value writes to it while it is the only user.
+class Value::Store
+{
+public:
+    using Elements = Detail::NodeList<Value>;
+    using Members = Detail::NodeList<Member>;
+
+    /// Empty content, and a count of 1, which belongs to the maker.
+    explicit Store(Type type);
+    explicit Store(XCode const& code);
+    explicit Store(String&& text);
+    explicit Store(TString<char>&& bytes);
+    Store(Store const&) = delete;
+    Store& operator=(Store const&) = delete;
+
+    void addRef() { m_count.fetch_add(1, std::memory_order_relaxed); }
+
+    /// Drops a reference; the last one destroys the content, nested to whatever depth, without recursion.
+    void release() noexcept
+    {
+        if (!dropReference())
+            return;
+        Store* dead = nullptr;
+        ENLIST(this, dead);
+        DESTROY_ALL(dead);
+    }
+
+    bool isShared() const { return m_count.load(std::memory_order_acquire) > 1; }
+
+    /// Whether a reference to an element went to somebody who may keep it and write. Such a store is never shared.
+    bool isHandedOut() const { return m_handedOut; }
+
+    void setHandedOut() { m_handedOut = true; }
+
+    Type getType() const { return m_type; }
+
+    /// @name Content
+    /// Each only for a store of that type.
+    /// @{
+    XCode const& code() const { return m_code; }
+
+    String const& text() const { return m_text; }
+
+    TString<char> const& bytes() const { return *m_bytes; }
+
+    Elements& elements() { return m_elements; }
+
+    Elements const& elements() const { return m_elements; }
+
+    Members const& members() const { return m_members; }
+
+    /// @}
+
+    /// Elements or members; 1 for another type.
+    unsigned int size() const;
+
+    /// Makes room in a container.
+    void reserve(unsigned int count);
+
+    /// Resets the content and keeps the type.
+    void clear() noexcept;
+
+    /// A copy of the content with a count of 1. Elements share their stores with the copies, but for those that were
+    /// handed out.
+    static Store* DUPLICATE(Store const& source);
+
+    /// Codes are compared without their texts. What is the same store is equal, even if it holds a NaN.
+    bool isEqual(Store const& other) const;
+
+    static bool ARE_EQUAL(Value const& left, Value const& right);
+
+    /// @name Members of an object
+    /// @{
+
+    /// The place of the oldest member of this key, or `MemberIndex::NOT_FOUND`.
+    unsigned int findPlace(String const& key) const;
+
+    Member* memberAt(unsigned int place) { return m_members[place]; }
+
+    Member* find(String const& key);
+
+    /// Adds a member behind all others, even if the key has one already.
+    Member& addMember(std::unique_ptr<Member> member);
+
+    /// Puts a member of the same key in the place of another one, which is deleted.
+    void replaceMember(unsigned int place, std::unique_ptr<Member> member);
+
+    void removeMember(unsigned int place);
+    /// @}
+
+private:
+    static constexpr unsigned int LARGEST_WITHOUT_INDEX = 12; // up to here a walk is as fast
+
+    ~Store();
+
+    bool dropReference() { return m_count.fetch_sub(1, std::memory_order_acq_rel) == 1; }
+
+    static void DESTROY_ALL(Store* dead) noexcept;
+    static void ENLIST(Store* store, Store*& dead) noexcept;
+    static void DETACH(Value& value, Store*& dead) noexcept;
+    void destroyChildren(Store*& dead) noexcept;
+
+    /// Containers still to be compared.
+    struct Pair
+    {
+        Store const* left;
+        Store const* right;
+    };
+
+    /// Containers still to be copied.
+    struct Copying
+    {
+        Store* target;
+        Store const* source;
+    };
+
+    static void COPY_SO_FAR(Value& target, Value const& source, std::vector<Copying>& pending);
+    void copyInside(Store const& source, std::vector<Copying>& pending);
+
+    static bool IS_EQUAL_SO_FAR(Value const& left, Value const& right, std::vector<Pair>& pending);
+    bool isEqualSoFar(Store const& other, std::vector<Pair>& pending) const;
+    static bool ARE_ALL_EQUAL(std::vector<Pair>& pending);
+    bool isEqualInside(Store const& other, std::vector<Pair>& pending) const;
+
+    std::atomic<int> m_count{1};
+    Type m_type;
+    bool m_handedOut = false;
+
+    union
+    {
+        XCode m_code;
+        String m_text;
+        TString<char>* m_bytes; // owned
+        Elements m_elements;
+        Members m_members;
+    };
+
+    union
+    {
+        Detail::MemberIndex* m_index; // of a large object, owned; else null
+        Store* m_nextDead;            // once nobody refers to this store
+    };
+};
+}
