@@ -107,6 +107,7 @@
 #include "zekovar/jobs/stream_type.h"
 #include "zekovar/jobs/unknown.h"
 
+#include "zekovar/property/info.h"
 #include "zekovar/property/iterator.h"
 #include "zekovar/property/json.h"
 #include "zekovar/property/json_lexer.h"

@@ -1,10 +1,12 @@
 #include "tests/captured_syslog.h"
 #include "tests/diagnostics/recorder.h"
+#include "tests/info_lines.h"
 #include "tests/string_printer.h"
 #include "zekovar/diagnostics/log.h"
 #include "zekovar/diagnostics/system_monitor.h"
 #include "zekovar/threads/thread.h"
 
+#include <climits>
 #include <gtest/gtest.h>
 #include <tuple>
 #include <unistd.h>
@@ -213,4 +215,31 @@ TEST_F(MonitorTest, ContainerSortsByPriorityWithTheNewestFirst)
     container.addObserver(&ofC, 1, false);
     container.broadcastEvent(Recorder::Event(add(MON_TEST)), &Monitor::Observer::onMonitorAdded);
     EXPECT_EQ(order, "bca");
+}
+
+TEST_F(MonitorTest, InfoTellsRowSessionsAndStateWithinItsBounds)
+{
+    ZKPPtr<Monitor> permanent = add(MON_SYSTEM);
+    ZKPPtr<Monitor> monitor = repository->addMonitor(MON_TEST, 2, 14);
+    monitor->addSession("cli", LOG_DEBUG, 3);
+    monitor->addSession("web", LOG_WARNING, 1);
+    InfoContainer all;
+    repository->getInfo(all, 3, 0, 4, 0, "> ");
+    EXPECT_EQ(linesOf(all),
+              "0 > Debug Monitors|1 system=9|2 ID=1|2 Slot=(none)|2 Port=(none)|2 Name=system|2 Prompt=SYSTEM|"
+              "2 Description=system|2 Severity Mask=0127|2 Max. Debug Level=4294967294|2 Permanent=yes|"
+              "2 Sessions (Debug Level)=0|2 Effective Debug Level=9|2 Minimum Debug Level=-1|2 Debug Severity=7|"
+              "2 Message Prefix=SYSTEM     # |2 Ref. Count=2|"
+              "1 test:2/14=3|2 ID=7|2 Slot=2|2 Port=14|2 Name=test|2 Prompt=TEST|2 Description=test|"
+              "2 Severity Mask=0255|2 Max. Debug Level=9|2 Permanent=no|2 Sessions (Debug Level)=2|"
+              "3 cli=debug (detail 3)|3 web=warn|2 Effective Debug Level=3|2 Minimum Debug Level=-1|"
+              "2 Debug Severity=7|2 Message Prefix=TEST:2/14  # |2 Ref. Count=2");
+
+    InfoContainer few;
+    repository->disableMonitor("cli");
+    repository->disableMonitor("web");
+    repository->getInfo(few, 1, 0, 0, 0, "");
+    repository->getInfo(few, UINT_MAX, UINT_MAX, UINT_MAX, UINT_MAX, "");
+    EXPECT_EQ(linesOf(few), "0 Debug Monitors|1 system=9|1 test:2/14=-|4294967295 Debug Monitors");
+    repository->removeMonitor(MON_TEST, 2, 14);
 }

@@ -10,6 +10,14 @@
 
 #include <atomic>
 #include <cstdarg>
+#include <cstdint>
+
+class InfoContainer;
+
+namespace ZK::Detail
+{
+class InfoRows;
+}
 
 namespace RTD
 {
@@ -155,7 +163,15 @@ public:
 
     int getEffectiveDebugLevel() const { return m_effectiveDebugLevel.load(std::memory_order_relaxed); }
 
+    /// Adds the monitor to a report: a line with `indent`, its name and its effective level, and one level deeper, with
+    /// up to 4 more detail, its row of the table, its sessions and its state. Lines beyond `maxLevel` or `maxDetail`
+    /// are left out.
+    void getInfo(InfoContainer& container, unsigned int maxLevel, unsigned int level, unsigned int maxDetail,
+                 unsigned int detail, String const& indent) const;
+
 private:
+    void addTableInfo(ZK::Detail::InfoRows& rows, uint64_t level, uint64_t detail) const;
+    void addSessionInfo(ZK::Detail::InfoRows& rows, uint64_t level, uint64_t detail) const;
     int maxDebugLevel() const;
     void setEffectiveDebugLevel(int level);
     void broadcastDebugLevel();

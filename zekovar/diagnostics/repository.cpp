@@ -4,6 +4,7 @@
 #include "zekovar/events/event_sync.h"
 #include "zekovar/events/standard_loops.h"
 #include "zekovar/foundation/everlasting.h"
+#include "zekovar/property/info_rows.h"
 #include "zekovar/threads/auto_lock.h"
 #include "zekovar/threads/mutex_private.h"
 
@@ -15,6 +16,9 @@ using Event = ObserverEvent<RTD::Monitor>;
 
 // guards the monitors in the gates between being found there and being counted
 constinit ZK::Detail::Everlasting<ZKMutexPrivate> s_gateMutex(false);
+
+// calls of `getInfo` in one another: one that a monitor's report leads to prints no second listing
+constinit thread_local unsigned int s_infoNesting = 0;
 
 bool isId(RtdMonitorID id)
 {
@@ -288,6 +292,21 @@ void REPOSITORY::removeObserver(Delegate* delegate)
     m_observers.removeObserver(delegate);
     for (ZKPPtr<Monitor> const& monitor : allMonitors())
         (*monitor).removeObserver(delegate);
+}
+
+void REPOSITORY::getInfo(InfoContainer& container, unsigned int maxLevel, unsigned int level, unsigned int maxDetail,
+                         unsigned int detail, String const& indent) const
+{
+    ++s_infoNesting;
+    ZK::Detail::InfoRows rows(container, maxLevel, maxDetail);
+    String title(indent);
+    rows.add(level, detail, title += "Debug Monitors", String::s_empty);
+    if (level < maxLevel && s_infoNesting == 1)
+    {
+        for (auto const& entry : m_monitors)
+            (*entry.value()).getInfo(container, maxLevel, level + 1, maxDetail, detail, String::s_empty);
+    }
+    --s_infoNesting;
 }
 
 void REPOSITORY::enter(ZKPPtr<Monitor> const& monitor)

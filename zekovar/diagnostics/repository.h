@@ -97,6 +97,11 @@ public:
     void removeObserver(Monitor::Observer* observer);
     void removeObserver(Delegate* delegate);
 
+    /// Adds all monitors to a report, oldest first: the line `indent` + "Debug Monitors", and one level deeper what
+    /// `Monitor::getInfo` tells.
+    void getInfo(InfoContainer& container, unsigned int maxLevel, unsigned int level, unsigned int maxDetail,
+                 unsigned int detail, String const& indent) const;
+
     /// Null once the process ends, when the loop may be gone.
     ZKLock* getLock() override;
 
