@@ -5,6 +5,8 @@
 
 #include <climits>
 
+using ZK::Property::Value;
+
 namespace
 {
 constexpr auto TREE = &InfoContainer::getString_TreeFormat;
@@ -75,6 +77,18 @@ TEST(InfoContainer, TablesHaveAtMost32Columns)
     EXPECT_TRUE(lines[0] == "title" && lines[2].endsWith("  30  31") && lines[4].endsWith("x   x "));
 }
 
+TEST(InfoContainer, PropertyValueNestsByLevel)
+{
+    // the second "A" is a new object, and the "B" of the first one no place any more
+    InfoContainer const report = reportOf("0 A=x|1 B|2 gone|0 leaf=1|0 leaf=2|0 A=x|2 lost=1|1 e=3|1 none");
+    testing::internal::CaptureStdout();
+    Value const value = report.toPropertyValue();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "*** Add header: 0: A: x\n*** Add header: 1: B\n*** Add header: 0: A: x\n");
+    EXPECT_EQ(value.toString(), "{A: x:{e:3,none:true},leaf:2}");
+    EXPECT_TRUE(value["A: x"]["none"].isNull() && value["leaf"].asString() != nullptr);
+}
+
 TEST(InfoContainer, AnyLevelsAndWidthsGiveTextOfSaneLength)
 {
     InfoContainer const none;
@@ -92,4 +106,42 @@ TEST(InfoContainer, AnyLevelsAndWidthsGiveTextOfSaneLength)
     EXPECT_LT(shown(report, TREE, UINT_MAX, UINT_MAX, UINT_MAX).length(), limit);
     EXPECT_LT(shown(report, LIST).length(), limit);
     EXPECT_LT(shown(report, FOLDER, UINT_MAX, true).length(), limit);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(report.toPropertyValue().toString(),
+              String::repeat("{: a\nb:", 64).concat("{}").concat(String::repeat("}", 64)));
+    testing::internal::GetCapturedStdout();
+}
+
+TEST(PropertyValueInfo, LinesFollowTheNestingWithinTheBounds)
+{
+    Value value;
+    value["n"] = 5;
+    value["list"] = {"x", nullptr};
+    value["list"][2]["in"] = true;
+    InfoContainer property;
+    addInfoProperty(property, 9, 1, 7, 7, "k", value);
+    EXPECT_EQ(linesOf(property), "1 k|2 n=5|2 list|3 0=x|3 1=true|3 2|4 in=true");
+    InfoContainer own;
+    value.getInfo(own, 9, 1, 7, 7, "k");
+    value["list"].getInfo(own, 1, 1, 7, 7, "");
+    Value("text").getInfo(own, 1, 1, 7, 7, "");
+    Value(TString<char>("z", 1)).getInfo(own, 1, 1, 7, 7, "b");
+    EXPECT_EQ(linesOf(own),
+              String("1 k|2 n=5|2 list[0]=x|2 list[1]=true|2 list[2]|3 in=true|1 0=x|1 1=true|1 2|1 text|1 b=")
+                  .concat(String::HEX_DUMP("z", 1, 7)));
+
+    InfoContainer edges;
+    for (unsigned int maxLevel : {1u, UINT_MAX})
+    {
+        addInfoProperty(edges, maxLevel, UINT_MAX, 7, 7, "k", value);
+        value.getInfo(edges, maxLevel, UINT_MAX, 7, 7, "k");
+        addInfoProperty(edges, maxLevel, 0, 6, 7, "k", value);
+        value.getInfo(edges, maxLevel, 0, 6, 7, "k");
+    }
+    EXPECT_EQ(linesOf(edges), "4294967295 k|4294967295 k") << "no number is left for a deeper level";
+    for (int i = 0; i < 100000; ++i)
+        value = {std::move(value)};
+    property.clear();
+    addInfoProperty(property, UINT_MAX, 0, 0, 0, "", value);
+    EXPECT_EQ(property.size(), 513u);
 }

@@ -2,6 +2,7 @@
 
 #include "zekovar/foundation/string.h"
 #include "zekovar/foundation/vector.h"
+#include "zekovar/property/value.h"
 
 /// One line of a report.
 struct InfoLine
@@ -52,4 +53,16 @@ public:
     /// column, at most 32: the first line that would need one more ends the report. A line ends a row if its level is
     /// below that of the line before it. With `wrapHeaders` names wider than their values are broken between words.
     void getString_FolderFormat(String& out, unsigned int maxLevel, bool wrapHeaders) const;
+
+    /// An "Object" of the lines: one with deeper lines below it becomes an "Object" named "key: value", or "key"
+    /// without a value, another one a "String", or "Null" without a value. The last of several with one name counts.
+    /// Lines that skip a level and those of level 64 and deeper are left out.
+    ///
+    /// Writes "*** Add header: %d: %s\n" to standard output for each inner object.
+    ZK::Property::Value toPropertyValue() const;
 };
+
+/// Adds a value to a report: each element and member as a line with its index or key, one level below its container.
+/// Lines beyond `maxLevel` or `maxDetail`, and what is nested deeper than `ZK::Property::MAX_DEPTH`, are left out.
+void addInfoProperty(InfoContainer& container, unsigned int maxLevel, unsigned int level, unsigned int maxDetail,
+                     unsigned int detail, String const& key, ZK::Property::Value const& value);
