@@ -1,0 +1,557 @@
+#include "zekovar/property/ubjson.h"
+
+#include "zekovar/property/text_form.h"
+
+#include <bit>
+#include <cctype>
+#include <charconv>
+#include <cstdint>
+#include <utility>
+
+namespace ZK::Property
+{
+namespace
+{
+using Type = Value::Type;
+
+// what a no-op gives; no other failure has it
+constexpr XCodeValue NO_OP = static_cast<XCodeValue>(XCODE_ERRNO + 2);
+
+constexpr long long LONGEST = 0x7FFFFFFF;
+
+bool isIntegerMarker(char marker)
+{
+    return marker == 'i' || marker == 'U' || marker == 'I' || marker == 'l' || marker == 'L';
+}
+
+bool hasNoPayload(char marker)
+{
+    return marker == 'Z' || marker == 'T' || marker == 'F';
+}
+
+String unsupportedMarker(char const* what, char marker)
+{
+    auto const byte = static_cast<unsigned char>(marker);
+    return String(String::Formatted(), "Unsupported %s marker: '%c' (%#02X)", what, std::isprint(byte) ? byte : '.',
+                  byte);
+}
+
+class Writer
+{
+public:
+    XCode write(Value const& value, unsigned int depth);
+
+    std::string const& text() const { return m_text; }
+
+private:
+    XCode writeArray(Value const& value, unsigned int depth);
+    XCode writeObject(Value const& value, unsigned int depth);
+    void writeInteger(long long value);
+    void writeString(std::string_view text);
+    void writeCode(XCode const& code);
+    void writeBinary(TString<char> const& bytes);
+    void writeBytes(std::string_view bytes);
+
+    template <class T>
+    void writeNumber(char marker, T value)
+    {
+        m_text += marker;
+        for (int shift = static_cast<int>(sizeof(T)) * 8 - 8; shift >= 0; shift -= 8)
+            m_text += static_cast<char>(value >> shift);
+    }
+
+    std::string m_text;
+};
+
+XCode Writer::write(Value const& value, unsigned int depth)
+{
+    switch (value.getType())
+    {
+    case Type::INVALID:
+        return XCODE_FAILURE;
+    case Type::NULL_VALUE:
+        m_text += 'Z';
+        break;
+    case Type::BOOLEAN:
+        m_text += value.getBoolOr(false) ? 'T' : 'F';
+        break;
+    case Type::INTEGER:
+        writeInteger(value.getInt64Or(0));
+        break;
+    case Type::FLOATING:
+        writeNumber('D', std::bit_cast<uint64_t>(value.getFloatOr(0)));
+        break;
+    case Type::XCODE:
+        writeCode(*value.asXCode());
+        break;
+    case Type::STRING:
+        writeString(Detail::wholeText(*value.asString()));
+        break;
+    case Type::BINARY:
+        writeBinary(*value.asBinary());
+        break;
+    case Type::ARRAY:
+        return depth < MAX_DEPTH ? writeArray(value, depth + 1) : Detail::tooDeep();
+    case Type::OBJECT:
+        return depth < MAX_DEPTH ? writeObject(value, depth + 1) : Detail::tooDeep();
+    }
+    return XCODE_SUCCESS;
+}
+
+XCode Writer::writeArray(Value const& value, unsigned int depth)
+{
+    m_text += '[';
+    for (unsigned int i = 0, size = value.size(); i < size; ++i)
+    {
+        if (XCode code = write(value[i], depth); code.isErr())
+            return code;
+    }
+    m_text += ']';
+    return XCODE_SUCCESS;
+}
+
+XCode Writer::writeObject(Value const& value, unsigned int depth)
+{
+    m_text += '{';
+    for (unsigned int i = 0, size = value.size(); i < size; ++i)
+    {
+        Value::Member const& member = *value.memberAt(i);
+        writeBytes(Detail::wholeText(member.key));
+        if (XCode code = write(member.value, depth); code.isErr())
+            return code;
+    }
+    m_text += '}';
+    return XCODE_SUCCESS;
+}
+
+void Writer::writeInteger(long long value)
+{
+    if (value == static_cast<int8_t>(value))
+        writeNumber('i', static_cast<uint8_t>(value));
+    else if (value == static_cast<uint8_t>(value))
+        writeNumber('U', static_cast<uint8_t>(value));
+    else if (value == static_cast<int16_t>(value))
+        writeNumber('I', static_cast<uint16_t>(value));
+    else if (value == static_cast<int32_t>(value))
+        writeNumber('l', static_cast<uint32_t>(value));
+    else
+        writeNumber('L', static_cast<uint64_t>(value));
+}
+
+void Writer::writeString(std::string_view text)
+{
+    m_text += text.size() == 1 ? 'C' : 'S';
+    if (text.size() == 1)
+        m_text += text;
+    else
+        writeBytes(text);
+}
+
+void Writer::writeCode(XCode const& code)
+{
+    std::string text(Detail::XCODE_PREFIX);
+    Detail::appendInteger(text, code.getRawValue());
+    text += ':';
+    text += Detail::untilZero(code.toString());
+    writeString(text);
+}
+
+void Writer::writeBinary(TString<char> const& bytes)
+{
+    m_text += "[$U#";
+    writeBytes({bytes.data(), static_cast<size_t>(bytes.length())});
+}
+
+/// Writes the number of the bytes in front of them.
+void Writer::writeBytes(std::string_view bytes)
+{
+    writeInteger(static_cast<long long>(bytes.size()));
+    m_text += bytes;
+}
+
+class Reader
+{
+public:
+    enum class Result
+    {
+        READ,
+        SKIPPED, ///< a no-op
+        FAILED
+    };
+
+    explicit Reader(TString<char> const& input)
+        : m_next(input.data()),
+          m_end(input.data() + input.length()),
+          m_bareElementsLeft(UBJSON::MAX_BARE_ELEMENTS + static_cast<long long>(input.length()))
+    {
+    }
+
+    /// `marker` is 0 if it is to be read.
+    Result decodeValue(Value& value, char marker, unsigned int depth);
+
+    XCode& failure() { return m_failure; }
+
+private:
+    /// What a container may begin with.
+    struct Header
+    {
+        char type = '\0'; // of all elements; 0 if each has its own
+        bool hasCount = false;
+        int count = 0;
+    };
+
+    Result readContainer(Value& value, char marker, unsigned int depth);
+    Result readArray(Value& value, unsigned int depth);
+    Result readObject(Value& value, unsigned int depth);
+    Result readBinary(Value& value);
+    Result readHighPrecision(Value& value);
+    Result readString(Value& value);
+    Result readCharacter(Value& value);
+    bool readHeader(Header& header, char const* container);
+    bool hasNext(Header& header, char endMarker) const;
+    bool readEnd(Header const& header, char endMarker, char const* container);
+    bool readInteger(char marker, long long& number);
+    bool readLength(int& length);
+    bool readBytes(std::string_view& bytes);
+    bool consume(std::string_view bytes);
+
+    long long bytesLeft() const { return m_end - m_next; }
+
+    template <class T>
+    bool readNumber(T& number, char const* missing)
+    {
+        if (bytesLeft() < static_cast<long long>(sizeof(T)))
+            return fail(missing);
+        number = 0;
+        for (size_t i = 0; i < sizeof(T); ++i)
+            number = static_cast<T>(static_cast<uint64_t>(number) << 8 | static_cast<unsigned char>(*m_next++));
+        return true;
+    }
+
+    template <class T>
+    bool readSigned(long long& number, char const* missing)
+    {
+        T bits;
+        if (!readNumber(bits, missing))
+            return false;
+        number = static_cast<std::make_signed_t<T>>(bits);
+        return true;
+    }
+
+    template <class Bits, class Number>
+    Result readFloating(Value& value, char const* missing)
+    {
+        Bits bits;
+        if (!readNumber(bits, missing))
+            return Result::FAILED;
+        value = static_cast<double>(std::bit_cast<Number>(bits));
+        return Result::READ;
+    }
+
+    bool fail(String const& message)
+    {
+        XCode failure(XCODE_FAILURE);
+        failure.setString(message);
+        m_failure = std::move(failure);
+        return false;
+    }
+
+    Result failed(String const& message)
+    {
+        fail(message);
+        return Result::FAILED;
+    }
+
+    char const* m_next;
+    char const* const m_end;
+    long long m_bareElementsLeft;
+    XCode m_failure;
+};
+
+Reader::Result Reader::decodeValue(Value& value, char marker, unsigned int depth)
+{
+    if (marker == '\0')
+    {
+        if (m_next == m_end)
+            return failed("Expecting value marker");
+        marker = *m_next++;
+    }
+    switch (marker)
+    {
+    case 'Z':
+        value = nullptr;
+        return Result::READ;
+    case 'N':
+        return Result::SKIPPED;
+    case 'T':
+    case 'F':
+        value = marker == 'T';
+        return Result::READ;
+    case 'd':
+        return readFloating<uint32_t, float>(value, "Expecting Float");
+    case 'D':
+        return readFloating<uint64_t, double>(value, "Expecting Double");
+    case 'H':
+        return readHighPrecision(value);
+    case 'C':
+        return readCharacter(value);
+    case 'S':
+        return readString(value);
+    case '[':
+    case '{':
+        return readContainer(value, marker, depth);
+    default:
+        break;
+    }
+    if (!isIntegerMarker(marker))
+        return failed(unsupportedMarker("value", marker));
+    long long number;
+    if (!readInteger(marker, number))
+        return Result::FAILED;
+    value = number;
+    return Result::READ;
+}
+
+Reader::Result Reader::readContainer(Value& value, char marker, unsigned int depth)
+{
+    if (marker == '[' && consume("$U#"))
+        return readBinary(value);
+    if (depth < MAX_DEPTH)
+        return marker == '[' ? readArray(value, depth + 1) : readObject(value, depth + 1);
+    m_failure = Detail::tooDeep();
+    return Result::FAILED;
+}
+
+Reader::Result Reader::readArray(Value& value, unsigned int depth)
+{
+    value = array();
+    Header header;
+    if (!readHeader(header, "array"))
+        return Result::FAILED;
+    if (header.type == 'N')
+        return Result::READ;
+    if (hasNoPayload(header.type) && (m_bareElementsLeft -= header.count) < 0)
+        return failed("Expecting array size after marker: '#': Length violation");
+    while (hasNext(header, ']'))
+    {
+        Value element;
+        Result const result = decodeValue(element, header.type, depth);
+        if (result == Result::FAILED)
+            return result;
+        if (result == Result::READ)
+            value.add(std::move(element));
+    }
+    return readEnd(header, ']', "array") ? Result::READ : Result::FAILED;
+}
+
+Reader::Result Reader::readObject(Value& value, unsigned int depth)
+{
+    Header header;
+    if (!readHeader(header, "object"))
+        return Result::FAILED;
+    Value members = object();
+    while (hasNext(header, '}'))
+    {
+        std::string_view key;
+        Value member;
+        Result const result = readBytes(key) ? decodeValue(member, header.type, depth) : Result::FAILED;
+        if (result == Result::FAILED)
+            return result;
+        if (result == Result::READ)
+            members.setMember(Detail::toString(key), std::move(member));
+    }
+    if (!readEnd(header, '}', "object"))
+        return Result::FAILED;
+    value = std::move(members);
+    return Result::READ;
+}
+
+bool Reader::readHeader(Header& header, char const* container)
+{
+    bool const hasType = consume("$");
+    if (hasType)
+    {
+        if (m_next == m_end)
+            return fail(String(String::Formatted(), "Expecting %s marker after marker: '$'", container));
+        header.type = *m_next++;
+    }
+    header.hasCount = consume("#");
+    if (header.hasCount && !readLength(header.count))
+    {
+        m_failure.extendString(String(String::Formatted(), "Expecting %s size after marker: '#'", container), ": ");
+        return false;
+    }
+    if (hasType && !header.hasCount)
+        return fail(
+            String(String::Formatted(), "Expecting %s size after %s marker; missing marker '$'", container, container));
+    return true;
+}
+
+/// Whether an element or a member follows; counts it.
+bool Reader::hasNext(Header& header, char endMarker) const
+{
+    if (header.hasCount)
+        return header.count-- > 0;
+    return m_next != m_end && *m_next != endMarker;
+}
+
+bool Reader::readEnd(Header const& header, char endMarker, char const* container)
+{
+    if (header.hasCount)
+        return true;
+    if (m_next == m_end)
+        return fail(String(String::Formatted(), "Expecting %s end marker: '%c'", container, endMarker));
+    ++m_next;
+    return true;
+}
+
+Reader::Result Reader::readBinary(Value& value)
+{
+    std::string_view bytes;
+    if (!readBytes(bytes))
+        return Result::FAILED;
+    value = TString<char>(bytes.data(), static_cast<int>(bytes.size()));
+    return Result::READ;
+}
+
+Reader::Result Reader::readHighPrecision(Value& value)
+{
+    std::string_view digits;
+    if (!readBytes(digits))
+        return Result::FAILED;
+    long long number;
+    auto const [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    if (error != std::errc() || end != digits.data() + digits.size())
+        return failed("Invalid high-precision number");
+    value = number;
+    return Result::READ;
+}
+
+Reader::Result Reader::readString(Value& value)
+{
+    std::string_view text;
+    if (!readBytes(text))
+        return Result::FAILED;
+    if (text.starts_with(Detail::XCODE_PREFIX))
+        value = Detail::parseXCode(Detail::toString(text.substr(Detail::XCODE_PREFIX.size())));
+    else
+        value = Detail::toString(text);
+    return Result::READ;
+}
+
+Reader::Result Reader::readCharacter(Value& value)
+{
+    if (m_next == m_end)
+        return failed("Expecting character");
+    value = String(*m_next++);
+    return Result::READ;
+}
+
+bool Reader::readInteger(char marker, long long& number)
+{
+    switch (marker)
+    {
+    case 'i':
+        return readSigned<uint8_t>(number, "Expecting Int8");
+    case 'U':
+    {
+        uint8_t byte;
+        if (!readNumber(byte, "Expecting UInt8"))
+            return false;
+        number = byte;
+        return true;
+    }
+    case 'I':
+        return readSigned<uint16_t>(number, "Expecting Int16");
+    case 'l':
+        return readSigned<uint32_t>(number, "Expecting Int32");
+    default:
+        return readSigned<uint64_t>(number, "Expecting Int64");
+    }
+}
+
+bool Reader::readLength(int& length)
+{
+    long long number = 0;
+    bool isRead = false;
+    if (m_next == m_end)
+        fail("Expecting marker for a number");
+    else if (char const marker = *m_next++; isIntegerMarker(marker))
+        isRead = readInteger(marker, number);
+    else
+        fail(unsupportedMarker("number", marker));
+    if (!isRead)
+    {
+        m_failure.extendString("Expecting length", ": ");
+        return false;
+    }
+    if (number < 0 || number > LONGEST)
+        return fail(number < 0 ? "Negative length" : "Length violation");
+    length = static_cast<int>(number);
+    return true;
+}
+
+/// Reads bytes behind their number; they lie in the input.
+bool Reader::readBytes(std::string_view& bytes)
+{
+    int length;
+    if (!readLength(length))
+        return false;
+    if (length > bytesLeft())
+        return fail("Length violation");
+    bytes = {m_next, static_cast<size_t>(length)};
+    m_next += length;
+    return true;
+}
+
+bool Reader::consume(std::string_view bytes)
+{
+    if (!std::string_view(m_next, static_cast<size_t>(bytesLeft())).starts_with(bytes))
+        return false;
+    m_next += bytes.size();
+    return true;
+}
+}
+
+XCode UBJSON::encode(TString<char>& out, Value const& value)
+{
+    Writer writer;
+    XCode code = writer.write(value, 0);
+    return code.isErr() ? code : Detail::appendTo(out, writer.text());
+}
+
+XCode UBJSON::encodeObject(TString<char>& out, Value const& value)
+{
+    return value.isObject() ? encode(out, value) : XCode(XCODE_FAILURE);
+}
+
+XCode UBJSON::decode(Value& value, TString<char> const& input)
+{
+    Reader reader(input);
+    Value result; // the input may be part of `value`
+    switch (reader.decodeValue(result, '\0', 0))
+    {
+    case Reader::Result::READ:
+        value = std::move(result);
+        return XCODE_SUCCESS;
+    case Reader::Result::SKIPPED:
+        return NO_OP;
+    default:
+        if (result.isArray())
+            value = std::move(result);
+        return std::move(reader.failure());
+    }
+}
+
+TString<char> Value::toUbjson() const
+{
+    TString<char> out;
+    UBJSON::encode(out, *this);
+    return out;
+}
+
+XCode Value::fromUbjson(TString<char> const& bytes)
+{
+    return UBJSON::decode(*this, bytes);
+}
+}
