@@ -5,7 +5,10 @@
 #include "zekovar/events/event_loop.h"
 #include "zekovar/events/synchronized.h"
 #include "zekovar/foundation/everlasting.h"
+#include "zekovar/foundation/static_factory.h"
 #include "zekovar/foundation/string.h"
+#include "zekovar/property/template_auto.h"
+#include "zekovar/property/template_tags.h"
 #include "zekovar/property/value.h"
 #include "zekovar/threads/backtrace.h"
 #include "zekovar/threads/lock.h"
@@ -31,6 +34,17 @@ ZKThreadAttributeType ZKThreadAttributeType::s_none(ZKThreadAttributeType::KEEP_
 
 constinit std::atomic<uint32_t> ZKEventLoop::s_nextUniqueId{0xABAD1DEA};
 ZKThreadAttributeType ZKThreadAttributeSynchronized::s_attributeType(ZKThreadAttributeType::DELETE_ATTRIBUTE);
+
+namespace
+{
+using namespace ZK::Property::Template;
+
+ZKStaticFactory<Node, SimpleBold> const s_simpleBold("bold");
+ZKStaticFactory<Node, SimpleAuto> const s_simpleAuto("auto");
+ZKStaticFactory<Block, BlockBold> const s_blockBold("bold");
+ZKStaticFactory<Block, BlockIf> const s_blockIf("if");
+ZKStaticFactory<Block, BlockEach> const s_blockEach("each");
+}
 
 TString<char> const ZK::Property::emptyBlob;
 
