@@ -14,7 +14,7 @@ namespace ZK::Property::Template
 class SimpleAuto : public Node
 {
 public:
-    static constexpr unsigned int MAX_CELLS = 1u << 20;
+    static constexpr unsigned int MAX_CELLS = 1u << 18;
 
     using Node::render;
     String render(Context& context, ZKVector<Value> const& arguments) override;

@@ -59,12 +59,13 @@ String Sequence::render(Context& context)
     for (ZKLWPtr<Node> const& child : m_children)
     {
         String piece = child->render(context);
-        if (!context.spend(Context::STEP + static_cast<unsigned int>(piece.length())))
-            break;
+        bool const goesOn = context.spend(Context::STEP + static_cast<unsigned int>(piece.length()));
         if (text.isEmpty())
             text = std::move(piece);
         else
             text += piece;
+        if (!goesOn)
+            break;
     }
     return text;
 }
