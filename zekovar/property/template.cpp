@@ -181,29 +181,29 @@ XCode Template::parseArguments(char const* text, int length, ZKVector<ArgToken>&
         double floating;
         switch (lexer.pop())
         {
-        case ExpressionLexer::END:
+        case ExpressionLexer::Token::END:
             return XCODE_SUCCESS;
-        case ExpressionLexer::NULL_WORD:
+        case ExpressionLexer::Token::NULL_WORD:
             argument.value = nullptr;
             break;
-        case ExpressionLexer::FALSE_WORD:
+        case ExpressionLexer::Token::FALSE_WORD:
             argument.value = false;
             break;
-        case ExpressionLexer::TRUE_WORD:
+        case ExpressionLexer::Token::TRUE_WORD:
             argument.value = true;
             break;
-        case ExpressionLexer::IDENTIFIER:
+        case ExpressionLexer::Token::IDENTIFIER:
             argument.kind = ArgToken::IDENTIFIER;
             [[fallthrough]];
-        case ExpressionLexer::STRING:
-            argument.value = lexer.getTokenText();
+        case ExpressionLexer::Token::STRING:
+            argument.value = lexer.takeTokenText();
             break;
-        case ExpressionLexer::INTEGER:
+        case ExpressionLexer::Token::INTEGER:
             if (!lexer.parseStringToInt(integer))
                 return failure("%s", lexer.getErrorText().c_str());
             argument.value = integer;
             break;
-        case ExpressionLexer::FLOATING:
+        case ExpressionLexer::Token::FLOATING:
             if (!lexer.parseStringToFloat(floating))
                 return failure("%s", lexer.getErrorText().c_str());
             argument.value = floating;

@@ -1,7 +1,5 @@
 #include "zekovar/property/template_lexer.h"
 
-#include <cctype>
-
 using ZK::Property::Template::ExpressionLexer;
 
 namespace
@@ -9,19 +7,19 @@ namespace
 
 bool isNameStart(char character)
 {
-    return isalpha(static_cast<unsigned char>(character)) || character == '_';
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || character == '_';
 }
 
 bool isNamePart(char character)
 {
-    return isalnum(static_cast<unsigned char>(character)) || character == '_' || character == '-' || character == '.' ||
+    return isNameStart(character) || (character >= '0' && character <= '9') || character == '-' || character == '.' ||
            character == '/';
 }
 }
 
 ExpressionLexer::Token ExpressionLexer::peek()
 {
-    if (m_pushedBack == ERROR)
+    if (m_pushedBack == Token::FAILED)
         m_pushedBack = parseToken();
     return m_pushedBack;
 }
@@ -29,7 +27,7 @@ ExpressionLexer::Token ExpressionLexer::peek()
 ExpressionLexer::Token ExpressionLexer::pop()
 {
     Token const token = peek();
-    m_pushedBack = ERROR;
+    m_pushedBack = Token::FAILED;
     return token;
 }
 
@@ -37,26 +35,35 @@ ExpressionLexer::Token ExpressionLexer::parseToken()
 {
     skipWhitespaces();
     if (isAtEnd())
-        return END;
+        return Token::END;
     char const first = current();
     if (first == '"')
-        return parseString() ? STRING : ERROR;
+        return parseString() ? Token::STRING : Token::FAILED;
     if (first == '\'')
-        return parseQuotedIdentifier() ? IDENTIFIER : ERROR;
-    if (first == '-' || isdigit(static_cast<unsigned char>(first)))
+        return parseQuotedIdentifier() ? Token::IDENTIFIER : Token::FAILED;
+    if (first == '-' || isDigit(first))
     {
         bool isFloating;
         if (!parseNumber(isFloating))
-            return ERROR;
-        return isFloating ? FLOATING : INTEGER;
+            return Token::FAILED;
+        return isFloating ? Token::FLOATING : Token::INTEGER;
     }
-    if (parseConstString("null"))
-        return NULL_WORD;
-    if (parseConstString("true"))
-        return TRUE_WORD;
-    if (parseConstString("false"))
-        return FALSE_WORD;
-    return parseIdentifier() ? IDENTIFIER : ERROR;
+    if (parseWord("null"))
+        return Token::NULL_WORD;
+    if (parseWord("true"))
+        return Token::TRUE_WORD;
+    if (parseWord("false"))
+        return Token::FALSE_WORD;
+    return parseIdentifier() ? Token::IDENTIFIER : Token::FAILED;
+}
+
+bool ExpressionLexer::parseWord(char const* word)
+{
+    int const start = m_position;
+    if (!parseConstString(word))
+        return false;
+    storeParsedString(start, m_position);
+    return true;
 }
 
 bool ExpressionLexer::parseString()

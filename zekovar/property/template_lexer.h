@@ -9,14 +9,14 @@ namespace ZK::Property::Template
 /// A word that begins with `null`, `true` or `false` is read as that literal and what follows as another word.
 ///
 ///     ExpressionLexer lexer("item 'two words' 5", 18);
-///     while (lexer.pop() > ExpressionLexer::END)
-///         print(lexer.getTokenText()); // item, two words, 5
+///     for (; lexer.peek() == ExpressionLexer::Token::IDENTIFIER; lexer.pop())
+///         print(lexer.getTokenText()); // item, two words
 class ExpressionLexer : public TextLexer
 {
 public:
-    enum Token : int
+    enum class Token : int
     {
-        ERROR = 0, ///< the reason stands in the error text
+        FAILED = 0, ///< no token; the error text has the reason
         END = 1,
         NULL_WORD = 2,
         FALSE_WORD = 3,
@@ -36,15 +36,16 @@ public:
     /// The next token, which is consumed.
     Token pop();
 
-    /// Puts one token back, to be the next one.
+    /// Puts one token back, to be the next one; the token text stays.
     void push(Token token) { m_pushedBack = token; }
 
 private:
     Token parseToken();
+    bool parseWord(char const* word);
     bool parseString();
     bool parseQuotedIdentifier();
     bool parseIdentifier();
 
-    Token m_pushedBack = ERROR; // ERROR if there is none
+    Token m_pushedBack = Token::FAILED; // FAILED if there is none
 };
 }
