@@ -1,5 +1,7 @@
 #include "zekovar/property/template_context.h"
 
+#include <cstring>
+
 using ZK::Property::Value;
 using ZK::Property::Template::Context;
 
@@ -10,7 +12,7 @@ Value const& Context::lookup(ArgToken const& argument)
     String const* const name = argument.value.asString();
     if (name == nullptr || m_frames.isEmpty())
         return invalid();
-    if (*name == "this")
+    if (name->length() == 4 && std::memcmp(name->c_str(), "this", 4) == 0)
         return *m_frames.end()[-1];
     for (Value const* const* frame = m_frames.end(); frame != m_frames.begin();)
     {

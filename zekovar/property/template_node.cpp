@@ -1,7 +1,19 @@
 #include "zekovar/property/template_node.h"
 
+#include <typeinfo>
+
 using namespace ZK::Property::Template;
 using ZK::Property::Value;
+
+namespace
+{
+
+/// Text is most of a template, so it is appended from where it lies, not copied out first.
+bool isText(Node const& node)
+{
+    return &typeid(node) == &typeid(Text);
+}
+}
 
 String Node::render(Context& context)
 {
@@ -58,13 +70,14 @@ String Sequence::render(Context& context)
     String text;
     for (ZKLWPtr<Node> const& child : m_children)
     {
-        String piece = child->render(context);
-        bool const goesOn = context.spend(Context::STEP + static_cast<unsigned int>(piece.length()));
-        if (text.isEmpty())
-            text = std::move(piece);
+        int const before = text.length();
+        if (isText(*child))
+            text += static_cast<Text const&>(*child).getText();
+        else if (before == 0)
+            text = child->render(context);
         else
-            text += piece;
-        if (!goesOn)
+            text += child->render(context);
+        if (!context.spend(Context::STEP + static_cast<unsigned int>(text.length() - before)))
             break;
     }
     return text;

@@ -44,7 +44,7 @@ public:
     /// Replaces each "<", ">", `"` and "&" by "&lt;", one and the same text for all four.
     static String escapeHtml(String const& text);
 
-private:
+protected:
     ZKVector<ArgToken> m_arguments;
 };
 
@@ -56,6 +56,8 @@ public:
 
     using Node::render;
     String render(Context& context) override;
+
+    String const& getText() const { return m_text; }
 
 private:
     String m_text;

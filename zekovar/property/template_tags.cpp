@@ -14,6 +14,11 @@ String bold(String const& text)
 }
 }
 
+String SimpleGeneric::render(Context& context)
+{
+    return m_arguments.isEmpty() ? String() : context.lookup(m_arguments.begin()[0]).toString();
+}
+
 String SimpleGeneric::render(Context&, ZKVector<Value> const& arguments)
 {
     return arguments.isEmpty() ? String() : arguments[0].toString();

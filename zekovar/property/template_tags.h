@@ -7,10 +7,12 @@
 namespace ZK::Property::Template
 {
 /// {{name}}: the value's text as it is, without escaping.
-class SimpleGeneric : public Node
+class SimpleGeneric final : public Node
 {
 public:
-    using Node::render;
+    /// Without copies of the arguments: most tags are of this class.
+    String render(Context& context) override;
+
     String render(Context& context, ZKVector<Value> const& arguments) override;
 };
 
