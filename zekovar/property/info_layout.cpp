@@ -3,6 +3,7 @@
 #include "zekovar/foundation/report_text.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <numeric>
 
@@ -13,6 +14,12 @@ constexpr unsigned int GAP = 2; // blanks between two columns
 
 namespace ZK::Detail
 {
+void makeInfoRoom(String& out, int count)
+{
+    if (count > out.capacity() - out.length())
+        out.reserve(static_cast<int>(std::min<int64_t>(int64_t{out.length()} * 2 + count, INT_MAX)));
+}
+
 void appendInfoTitle(String& out, String const& title)
 {
     out.concat(title).concat("\n", 1);
@@ -21,6 +28,7 @@ void appendInfoTitle(String& out, String const& title)
 
 void appendInfoRow(String& out, InfoCells const& cells, std::vector<unsigned int> const& widths)
 {
+    makeInfoRoom(out, 1024); // of most rows
     for (std::size_t i = 0; i < widths.size(); ++i)
     {
         if (i > 0)

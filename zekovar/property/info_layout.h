@@ -12,6 +12,10 @@ inline constexpr unsigned int INFO_MAX_COLUMNS = 32;
 
 using InfoCells = std::array<String, INFO_MAX_COLUMNS>;
 
+/// Makes room for `count` characters, and for as many as there are already: a string by itself grows in small steps, so
+/// that a long report would be copied again and again.
+void makeInfoRoom(String& out, int count);
+
 /// Appends the text, a line feed, as many "=", and an empty line.
 void appendInfoTitle(String& out, String const& title);
 

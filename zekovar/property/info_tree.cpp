@@ -1,5 +1,6 @@
 #include "zekovar/foundation/report_text.h"
 #include "zekovar/property/info.h"
+#include "zekovar/property/info_layout.h"
 
 namespace
 {
@@ -51,6 +52,7 @@ void InfoContainer::getString_TreeFormat(String& out, unsigned int valueColumn, 
         String const text = textOf(*line, isHeading, valueColumn);
         if (out.length() > 1 && !out.endsWith("\n\n") && next > level && level < spacingLevels)
             out += '\n';
+        ZK::Detail::makeInfoRoom(out, text.length());
         out += text;
         if (isHeading)
             appendUnderline(out, text, level);
