@@ -180,6 +180,22 @@ TEST(PropertyValue, NoWriteThroughOneValueShowsInAnother)
         [](Value& v) { return [&pending = v["n"]] { pending = 9; }; },
         [](Value& v) { return [&pending = v["o"]["n"]["m"]] { pending = 9; }; },
         [](Value& v) { return [&pending = v["a"][3]] { pending = 9; }; },
+        [](Value& v)
+        {
+            Value inner, outer;
+            Value& kept = inner["x"];
+            kept = 1;
+            outer.add(std::move(inner));
+            v.setMember("a", std::move(outer));
+            return [&kept] { kept = 9; };
+        },
+        [](Value& v)
+        {
+            Value inner = object();
+            Value& pending = inner["x"];
+            v.setMember("a", std::move(inner));
+            return [&pending] { pending = 9; };
+        },
         [](Value& v) { return [place = v.begin()] { (*place).value->add(9); }; },
         [](Value& v) { return [&kept = v.getByPath("o.x")] { kept = "9"; }; },
         [](Value& v) { return [&v] { v["a"].add(9); }; },

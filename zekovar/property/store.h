@@ -41,10 +41,17 @@ public:
 
     bool isShared() const { return m_count.load(std::memory_order_acquire) > 1; }
 
-    /// Whether a reference to an element went to somebody who may keep it and write. Such a store is never shared.
+    /// Whether a reference to an element, at any depth, went to somebody who may keep it and write. Such a store is never
+    /// shared.
     bool isHandedOut() const { return m_handedOut; }
 
     void setHandedOut() { m_handedOut = true; }
+
+    /// To be told of a child that is moved in: references into it may have been handed out before.
+    void noteChild(Value const& child)
+    {
+        m_handedOut |= child.waiting() != nullptr || (child.hasStore() && child.m_payload.store->isHandedOut());
+    }
 
     Type getType() const { return m_type; }
 

@@ -178,28 +178,18 @@ void Value::notifyValueInitialized(Waiting* waiting)
 // Takes `child` over, unless this is no array any more or the gap is too wide.
 bool Value::onArrayValueInitialized(unsigned int index, Value* child)
 {
-    if (!isArray() || (index > size() && index - size() > MAX_ARRAY_GAP))
+    if (!isArray())
         return false;
     copyOnWrite();
+    if (!fillArrayWithNullValues(index))
+        return false;
     Store& store = *m_payload.store;
     if (index < store.size())
-    {
         delete std::exchange(store.elements()[index], child);
-    }
     else
-    {
-        fillArrayWithNullValues(index);
         store.elements().add(std::unique_ptr<Value>(child));
-    }
     store.setHandedOut();
     return true;
-}
-
-void Value::fillArrayWithNullValues(unsigned int size)
-{
-    Store::Elements& elements = m_payload.store->elements();
-    while (elements.size() < size)
-        elements.add(std::make_unique<Value>(nullptr));
 }
 
 // Takes `node` over, unless this is no object any more.

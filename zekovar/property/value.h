@@ -29,7 +29,8 @@ inline constexpr unsigned int MAX_ARRAY_GAP = 1u << 20;
 ///
 /// A copy is independent of its original and costs the same for all sizes: both share a counted store, and the first
 /// one to write duplicates it. The exception is a container whose elements were handed out for writing (by a subscript,
-/// a path or an iterator that isn't const): as such a reference may be kept, a copy duplicates that level at once.
+/// a path or an iterator that isn't const), or into which such a container was moved: as a reference may have been kept,
+/// a copy duplicates these levels at once. `add`, `setMember`, `setByPath` and the decoders hand nothing out.
 ///
 /// A subscript on a value that isn't const, with a key or an index that doesn't exist yet, hands out a *pending* child.
 /// It joins its parent with its first assignment. Its reference is good from then on like that of any element; before,
@@ -492,7 +493,7 @@ private:
     void notifyValueInitialized(Waiting* waiting);
     bool onArrayValueInitialized(unsigned int index, Value* child);
     bool onObjectValueInitialized(Member* node);
-    void fillArrayWithNullValues(unsigned int size);
+    bool fillArrayWithNullValues(unsigned int size);
     Value changeType(Type target);
     static Value EMPTY(Type type);
     Value toArray() const;
@@ -501,7 +502,8 @@ private:
     Store& subscriptStore(Type type);
     void handOutChildren();
     void mergeSoFar(Value const& other, bool overwrite, std::vector<Merging>& pending);
-    Value& step(String const& token);
+    Value& memberFor(String const& key);
+    Value* elementFor(unsigned int index);
 
     Payload m_payload;
     uintptr_t m_tag; // the type in the low 4 bits; above them a `Waiting`, aligned so, or null

@@ -2,26 +2,38 @@
 
 namespace ZK::Property
 {
+// Appends "Null" up to `size` elements; false if the gap is too wide.
+bool Value::fillArrayWithNullValues(unsigned int size)
+{
+    Store::Elements& elements = m_payload.store->elements();
+    if (size > elements.size() && size - elements.size() > MAX_ARRAY_GAP)
+        return false;
+    while (elements.size() < size)
+        elements.add(std::make_unique<Value>(nullptr));
+    return true;
+}
+
 void Value::add(Value&& value)
 {
     auto element = std::make_unique<Value>(std::move(value));
-    writableStore(Type::ARRAY).elements().add(std::move(element));
+    Store& store = writableStore(Type::ARRAY);
+    store.noteChild(*element);
+    store.elements().add(std::move(element));
 }
 
 void Value::insert(unsigned int index, Value const& value)
 {
     auto element = std::make_unique<Value>(value);
     Store& store = writableStore(Type::ARRAY);
-    if (index > store.size() && index - store.size() > MAX_ARRAY_GAP)
-        return;
-    fillArrayWithNullValues(index);
-    store.elements().insert(index, std::move(element));
+    if (fillArrayWithNullValues(index))
+        store.elements().insert(index, std::move(element));
 }
 
 void Value::setMember(String&& key, Value&& value)
 {
     std::unique_ptr<Member> member(new Member{std::move(key), std::move(value)});
     Store& store = writableStore(Type::OBJECT);
+    store.noteChild(member->value);
     if (Member* const present = store.find(member->key))
         present->value = std::move(member->value);
     else
@@ -152,50 +164,118 @@ Value const& Value::getByPath(String const& path) const
     return *value;
 }
 
+namespace
+{
+/// One token of a path: "key" or "key[5]".
+struct Step
+{
+    explicit Step(String const& token) : key(token), hasIndex(false), index(0)
+    {
+        int const open = token.indexOf('[');
+        int const close = open >= 0 ? token.indexOf(']', open) : -1;
+        if (close < 0)
+            return;
+        key = token.substring(0, open);
+        hasIndex = true;
+        index = token.substring(open + 1, close).toUInt();
+    }
+
+    String key;
+    bool hasIndex;
+    unsigned int index;
+};
+
+/// Takes a path apart.
+class Steps
+{
+public:
+    explicit Steps(String const& path) : m_path(path) {}
+
+    bool isAtEnd() const { return m_start >= m_path.length(); }
+
+    Step next()
+    {
+        int const dot = m_path.indexOf('.', m_start);
+        int const end = dot >= 0 ? dot : m_path.length();
+        Step const step(m_path.substring(m_start, end));
+        m_start = end + 1;
+        return step;
+    }
+
+private:
+    String const m_path;
+    int m_start = 0;
+};
+}
+
 Value& Value::getByPath(String const& path)
 {
     Value* value = this;
-    for (int start = 0; start < path.length();)
+    for (Steps steps(path); !steps.isAtEnd();)
     {
-        int const dot = path.indexOf('.', start);
-        int const end = dot >= 0 ? dot : path.length();
-        value = &value->step(path.substring(start, end));
-        start = end + 1;
+        Step const step = steps.next();
+        value = &(*value)[step.key];
+        if (step.hasIndex)
+            value = &(*value)[step.index];
     }
     return *value;
 }
 
-// One token of a path: "key" or "key[5]".
-Value& Value::step(String const& token)
-{
-    int const open = token.indexOf('[');
-    int const close = open >= 0 ? token.indexOf(']', open) : -1;
-    if (close < 0)
-        return (*this)[token];
-    return (*this)[token.substring(0, open)][token.substring(open + 1, close).toUInt()];
-}
-
+// What is missing is made at once, since it will be assigned to, and without pending children: so no reference is handed
+// out, and copies stay cheap. The value is copied first because a change of type on the way may delete the original.
 void Value::setByPath(String const& path, Value const& value)
 {
-    Value copy(value); // on the way a change of type may delete the original
-    getByPath(path) = std::move(copy);
+    Value copy(value);
+    if (copy.isInvalid())
+    {
+        getByPath(path) = copy;
+        return;
+    }
+    Value* target = this;
+    for (Steps steps(path); !steps.isAtEnd() && target != nullptr;)
+    {
+        Step const step = steps.next();
+        target = &target->memberFor(step.key);
+        if (step.hasIndex)
+            target = target->elementFor(step.index);
+    }
+    if (target != nullptr)
+        *target = std::move(copy);
+}
+
+// The member of this key, made if there is none.
+Value& Value::memberFor(String const& key)
+{
+    Store& store = writableStore(Type::OBJECT);
+    Member* const present = store.find(key);
+    return present != nullptr ? present->value
+                              : store.addMember(std::unique_ptr<Member>(new Member{key, Value()})).value;
+}
+
+// The element at this index, made if there is none; null if the gap is too wide.
+Value* Value::elementFor(unsigned int index)
+{
+    Store::Elements& elements = writableStore(Type::ARRAY).elements();
+    if (!fillArrayWithNullValues(index))
+        return nullptr;
+    return index < elements.size() ? elements[index] : &elements.add(std::make_unique<Value>());
 }
 
 void Value::setByPathTokens(String const& first, Value const& value)
 {
     Value copy(value);
-    (*this)[first] = std::move(copy);
+    (copy.isInvalid() ? (*this)[first] : memberFor(first)) = std::move(copy);
 }
 
 void Value::setByPathTokens(String const& first, String const& second, Value const& value)
 {
-    Value copy(value);
-    (*this)[first][second] = std::move(copy);
+    Value const copy(value);
+    memberFor(first).setByPathTokens(second, copy);
 }
 
 void Value::setByPathTokens(String const& first, String const& second, String const& third, Value const& value)
 {
-    Value copy(value);
-    (*this)[first][second][third] = std::move(copy);
+    Value const copy(value);
+    memberFor(first).setByPathTokens(second, third, copy);
 }
 }
