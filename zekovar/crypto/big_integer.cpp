@@ -5,6 +5,7 @@
 #include "zekovar/crypto/secure_memory.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <new>
 
 using namespace ZK::Detail;
@@ -21,7 +22,8 @@ class Scratch
 public:
     /// What `numbers` numbers of `words` words need.
     Scratch(std::size_t numbers, std::size_t words)
-        : m_count(numbers * words + INT_MP_SCRATCH_EXTRA), m_words(new (std::nothrow) uint32_t[m_count])
+        : m_count(numbers * words + INT_MP_SCRATCH_EXTRA),
+          m_words(m_count <= MAX_COUNT ? new (std::nothrow) uint32_t[m_count] : nullptr)
     {
     }
 
@@ -55,6 +57,9 @@ public:
     uint32_t* rest() { return m_words + m_used; }
 
 private:
+    /// Beyond this even a `new` that returns null throws. Widths near the limit get there on processors of 32 bits.
+    static constexpr std::size_t MAX_COUNT = PTRDIFF_MAX / WORD_BYTES;
+
     std::size_t const m_count;
     uint32_t* const m_words;
     std::size_t m_used = 0;

@@ -44,6 +44,8 @@ XCode encryptPassword(String const& password, String& out)
     auto const length = static_cast<unsigned int>(password.length());
     unsigned int const blocks = (length + PASSWORD_OFFSET + BLOCK_SIZE - 1) / BLOCK_SIZE;
     ZK::Detail::SecretBytes record(blocks * BLOCK_SIZE);
+    if (record.size() == 0)
+        return XCODE_FAILURE;
     uint16_t const check = checkOf(password.c_str(), length);
     record.data()[0] = static_cast<unsigned char>(length);
     std::memcpy(record.data() + CRC_OFFSET, &check, sizeof(check));
@@ -60,7 +62,7 @@ XCode decryptPassword(String const& stored, String& out)
 {
     // decoding makes less than there are characters, so there is room for a zero behind the password
     ZK::Detail::SecretBytes record(static_cast<unsigned int>(stored.length()));
-    auto size = static_cast<unsigned int>(stored.length());
+    auto size = static_cast<unsigned int>(record.size());
     if (XCode code = Base64::decode(stored, record.data(), size); code.isErr())
         return code;
     if (size % BLOCK_SIZE != 0)

@@ -7,7 +7,7 @@
 // are safe from every thread, and what they hold of the password meanwhile is wiped.
 
 /// Sets `out` to the stored form, a line without an end; the same for the same password. Of a password of more than 255
-/// bytes the result can't be read back.
+/// bytes the result can't be read back. `XCODE_FAILURE` if memory is out.
 XCode encryptPassword(String const& password, String& out);
 
 /// Sets `out` to the password, up to its first zero byte. `XCODE_FAILURE` if `stored` can't be a stored password, by its

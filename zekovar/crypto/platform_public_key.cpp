@@ -86,7 +86,7 @@ XCode ZK::PlatformPublicKey::SETUP(unsigned char const* modulus, unsigned char c
 
     std::FILE* const file = std::fopen(KEY_FILE, "we"); // close-on-exec
     if (file == nullptr)
-        return failure(ZK::Detail::codeOfErrno(errno), "CANNOT OPEN PLATFORM PUBLIC KEY");
+        return failure(ZK::Detail::codeOfResult(-1), "CANNOT OPEN PLATFORM PUBLIC KEY");
     bool const written = PEM_write_PUBKEY(file, key.get()) == 1;
     bool const closed = std::fclose(file) == 0; // a full file system shows here
     return written && closed ? XCode() : failure(XCODE_FAILURE, NOT_CONVERTED);

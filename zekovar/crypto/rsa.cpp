@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <new>
 
 using ZK::Detail::SecretBytes;
 
@@ -20,11 +21,15 @@ constexpr unsigned char TOP_BIT = 0x80;
 /// Draws that may be refused in a row. Sane functions aren't refused a tenth as often.
 constexpr int MAX_DRAWS = 1000;
 
-/// Takes words of `random` until the bytes, 4 or more, are full. The last word ends where they end.
-void fillRandom(SecretBytes& bytes, unsigned int (*random)())
+/// Takes words of `random` until the bytes are full. The last word ends where they end. False, with no word taken, for
+/// less than a word.
+bool fillRandom(SecretBytes& bytes, unsigned int (*random)())
 {
+    if (bytes.size() < WORD_BYTES)
+        return false;
     for (std::size_t offset = 0; offset < bytes.size(); offset += WORD_BYTES)
         ZK::Detail::storeBig32(bytes.data() + std::min(offset, bytes.size() - WORD_BYTES), random());
+    return true;
 }
 
 /// The product of two numbers that fits into their own width. False if it doesn't.
@@ -46,7 +51,8 @@ bool drawPublicExponent(BigInteger& exponent, BigInteger const& phi, unsigned in
     SecretBytes bytes(phi.getBits() / BYTE_BITS);
     for (int draws = 0; draws < MAX_DRAWS; ++draws)
     {
-        fillRandom(bytes, random);
+        if (!fillRandom(bytes, random))
+            return false;
         bytes.data()[0] &= static_cast<unsigned char>(~TOP_BIT);
         if (!exponent.setValue(bytes.data(), static_cast<unsigned int>(bytes.size())) ||
             !BigInteger::gcd(&divisor, &exponent, &phi))
@@ -57,11 +63,20 @@ bool drawPublicExponent(BigInteger& exponent, BigInteger const& phi, unsigned in
     return false;
 }
 
-/// A number of `bits` bits that holds `bytes`; none if that is no width or memory is out.
+/// A number of `bits` bits; none if that is no width or memory is out.
+std::unique_ptr<BigInteger> makeNumber(unsigned int bits)
+{
+    std::unique_ptr<BigInteger> number(new (std::nothrow) BigInteger(bits));
+    if (number && number->getBits() == 0)
+        number.reset();
+    return number;
+}
+
+/// As above, holding `bytes`; none also if they don't fit.
 std::unique_ptr<BigInteger> numberOf(unsigned int bits, unsigned char const* bytes)
 {
-    auto number = std::make_unique<BigInteger>(bits);
-    if (number->getBits() == 0 || !number->setValue(bytes, bits / BYTE_BITS))
+    std::unique_ptr<BigInteger> number = makeNumber(bits);
+    if (number && !number->setValue(bytes, bits / BYTE_BITS))
         number.reset();
     return number;
 }
@@ -93,10 +108,12 @@ XCode RSAEncryptionContext::makeKeys(unsigned int bits, unsigned int (*random)()
     unsigned int const primeBytes = bits / BYTE_BITS / 2;
     if (random == nullptr || 2 * primeBytes > bits / WORD_BITS * WORD_BYTES || bits > UINT_MAX / 2)
         return XCODE_FAILURE;
-    m_modulus = std::make_unique<BigInteger>(bits);
-    m_privateExponent = std::make_unique<BigInteger>(bits);
-    m_publicExponent = std::make_unique<BigInteger>(bits);
+    m_modulus = makeNumber(bits);
+    m_privateExponent = makeNumber(bits);
+    m_publicExponent = makeNumber(bits);
     BigInteger p(bits), q(bits), phi(bits);
+    if (!m_modulus || !m_privateExponent || !m_publicExponent)
+        return XCODE_FAILURE;
     for (BigInteger* prime : {&p, &q})
     {
         if (XCode code = generatePrime(prime, primeBytes, random); code.isErr())
@@ -186,7 +203,8 @@ XCode RSAEncryptionContext::generatePrime(BigInteger* out, unsigned int bytes, u
     SecretBytes found(out->getBits() / BYTE_BITS);
     for (int draws = 0; draws < MAX_DRAWS; ++draws)
     {
-        fillRandom(start, random);
+        if (!fillRandom(start, random))
+            return XCODE_FAILURE;
         start.data()[0] |= 0xC0;
         auto size = static_cast<unsigned int>(found.size());
         if (!out->setValue(start.data(), bytes) || !out->incrementToNextPrime(PRIME_ROUNDS, random) ||
@@ -206,7 +224,8 @@ XCode RSAEncryptionContext::test(unsigned int (*random)())
         return code;
     SecretBytes start(8), block(8);
     auto length = static_cast<unsigned int>(block.size());
-    fillRandom(start, random);
+    if (!fillRandom(start, random) || block.size() != start.size())
+        return XCODE_FAILURE;
     start.data()[0] &= static_cast<unsigned char>(~TOP_BIT);
     std::copy_n(start.data(), start.size(), block.data());
     code = crypt(block.data(), &length, RSAKeyType::PUBLIC);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <new>
 #include <string.h> // explicit_bzero
 
 namespace ZK::Detail
@@ -25,14 +26,17 @@ inline bool equalSecrets(void const* left, void const* right, std::size_t size)
 }
 
 /// Heap memory for a secret: `size` zeros at first, wiped before it is freed. It doesn't grow, so no copy of the secret
-/// stays behind.
+/// stays behind. It is empty if memory is out.
 ///
 ///     SecretBytes plain(length + 1);
 ///     memcpy(plain.data(), password.c_str(), length);
 class SecretBytes
 {
 public:
-    explicit SecretBytes(std::size_t size) : m_size(size), m_data(new unsigned char[size]()) {}
+    explicit SecretBytes(std::size_t size)
+        : m_data(new (std::nothrow) unsigned char[size]()), m_size(m_data != nullptr ? size : 0)
+    {
+    }
 
     ~SecretBytes()
     {
@@ -50,7 +54,7 @@ public:
     unsigned char const* data() const { return m_data; }
 
 private:
-    std::size_t const m_size;
     unsigned char* const m_data;
+    std::size_t const m_size;
 };
 }
