@@ -16,9 +16,9 @@ inline InfoContainer reportOf(char const* text)
 /// The lines in the same form.
 inline String linesOf(InfoContainer const& report)
 {
-    ZKVector<String> lines;
+    String text;
     for (InfoLine const& line : report)
-        lines.add(String::stringOfFormat(line.value.isEmpty() ? "%u %s" : "%u %s=%s", line.level, line.key.c_str(),
-                                         line.value.c_str()));
-    return String::join(lines, "|");
+        text.concatf("%s%u %s%s%s", text.isEmpty() ? "" : "|", line.level, line.key.c_str(),
+                     line.value.isEmpty() ? "" : "=", line.value.c_str());
+    return text;
 }
