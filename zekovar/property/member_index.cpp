@@ -4,6 +4,7 @@
 
 #include <bit>
 #include <cstring>
+#include <utility>
 
 namespace ZK::Property::Detail
 {
@@ -86,8 +87,10 @@ uint32_t slotsFor(uint32_t members)
 }
 
 MemberIndex::MemberIndex(NodeList<Value::Member> const& members)
+    : m_slots(std::make_unique<Slot[]>(slotsFor(members.size()))), m_mask(slotsFor(members.size()) - 1)
 {
-    rebuild(members, slotsFor(members.size()));
+    for (uint32_t place = 0; place < members.size(); place++)
+        enter(hashOf(members[place]->key), place);
 }
 
 unsigned int MemberIndex::find(NodeList<Value::Member> const& members, String const& key) const
@@ -104,11 +107,10 @@ unsigned int MemberIndex::find(NodeList<Value::Member> const& members, String co
 
 void MemberIndex::addLast(NodeList<Value::Member> const& members)
 {
-    uint32_t const last = members.size() - 1;
     if (members.size() > m_mask - m_mask / 4)
-        rebuild(members, slotsFor(members.size()));
-    else
-        enter(hashOf(members[last]->key), last);
+        grow();
+    uint32_t const last = members.size() - 1;
+    enter(hashOf(members[last]->key), last);
 }
 
 void MemberIndex::remove(NodeList<Value::Member> const& members, unsigned int place)
@@ -123,12 +125,21 @@ void MemberIndex::remove(NodeList<Value::Member> const& members, unsigned int pl
         m_slots[slot].place -= m_slots[slot].place > place + 1;
 }
 
-void MemberIndex::rebuild(NodeList<Value::Member> const& members, uint32_t slotCount)
+// Starts behind a free slot, so that members with one key come in their order.
+void MemberIndex::grow()
 {
-    m_slots = std::make_unique<Slot[]>(slotCount);
-    m_mask = slotCount - 1;
-    for (uint32_t place = 0; place < members.size(); place++)
-        enter(hashOf(members[place]->key), place);
+    std::unique_ptr<Slot[]> const old = std::move(m_slots);
+    uint32_t const oldMask = std::exchange(m_mask, m_mask * 2 + 1);
+    m_slots = std::make_unique<Slot[]>(std::size_t{m_mask} + 1);
+    uint32_t start = 0;
+    while (old[start].place != 0)
+        start++;
+    for (uint32_t i = 1; i <= oldMask; i++)
+    {
+        Slot const slot = old[(start + i) & oldMask];
+        if (slot.place != 0)
+            enter(slot.hash, slot.place - 1);
+    }
 }
 
 void MemberIndex::enter(uint32_t hash, uint32_t place)

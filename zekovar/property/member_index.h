@@ -36,11 +36,11 @@ private:
         uint32_t place; // plus 1; 0 in a free slot
     };
 
-    void rebuild(NodeList<Value::Member> const& members, uint32_t slotCount);
+    void grow();
     void enter(uint32_t hash, uint32_t place);
     void closeGap(uint32_t gap);
 
     std::unique_ptr<Slot[]> m_slots;
-    uint32_t m_mask = 0; // number of slots, a power of two, less 1
+    uint32_t m_mask; // number of slots, a power of two, less 1
 };
 }
