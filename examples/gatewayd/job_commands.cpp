@@ -44,6 +44,7 @@ private:
 JobCommands::JobCommands(Console& console)
     : CommandGroup(console),
       m_ending(0, 1, ZK::Time::Source::MONOTONIC),
+      m_allTold(0, 1, ZK::Time::Source::MONOTONIC),
       m_mutex(false),
       m_executor(ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorSingleThread("Jobs")))
 {
@@ -57,19 +58,20 @@ void JobCommands::end()
     std::map<unsigned int, ZKPtr<ZK::IFuture>> futures;
     {
         ZKAutoLock<ZKMutex> guard(m_mutex);
+        m_isEnding = true;
         futures = m_futures;
     }
-    // the job in progress refuses, and its end is waited for
+    // the job in progress refuses
     for (auto const& [number, future] : futures)
     {
         future->cancel(SIGTERM);
     }
     m_ending.signal();
-    for (auto const& [number, future] : futures)
+    if (!futures.empty())
     {
-        future->waitForCompletion();
+        // waitForCompletion returns before the observer has told the end
+        m_allTold.wait();
     }
-    futures.clear();
     m_executor = nullptr;
 }
 
@@ -106,8 +108,17 @@ void JobCommands::onEnd(unsigned int number, XCode const& code)
     ZKPtr<ZK::IFuture> const future = futureOf(number);
     m_console.say(String(String::Formatted(), "job %u is %s, status %8.8x", number,
                          ZKEnumInfo<ZK::IFuture::State>::VALUE_NAME(future->getState()), code.getValue()));
-    ZKAutoLock<ZKMutex> guard(m_mutex);
-    m_futures.erase(number);
+    bool isLast = false;
+    {
+        ZKAutoLock<ZKMutex> guard(m_mutex);
+        m_futures.erase(number);
+        isLast = m_isEnding && m_futures.empty();
+    }
+    if (isLast)
+    {
+        // the owner may be gone behind this
+        m_allTold.signal();
+    }
 }
 
 void JobCommands::cancelJob(Command const& command, String const& arguments)

@@ -23,7 +23,9 @@ private:
     ZKPtr<ZK::IFuture> futureOf(unsigned int number) const;
 
     ZKSemaphore m_ending;    // cuts the job in progress short
-    mutable ZKMutex m_mutex; // guards m_futures
+    ZKSemaphore m_allTold;   // no job is left behind `end`
+    mutable ZKMutex m_mutex; // guards m_isEnding and m_futures
+    bool m_isEnding = false;
     std::map<unsigned int, ZKPtr<ZK::IFuture>> m_futures;
     unsigned int m_lastNumber = 0; // belongs to the console's loop
     ZKPtr<ZK::IExecutor> m_executor;
