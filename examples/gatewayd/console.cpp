@@ -11,6 +11,7 @@ namespace
 {
 constexpr char const* PROMPT = "gatewayd> ";
 constexpr char const* ERASE_LINE = "\r\x1b[K";
+constexpr unsigned int SECONDS_TO_END = 20;
 
 bool canBeWatched(ZKFile const& file)
 {
@@ -29,6 +30,7 @@ Console::Console(ZKFile const& signals)
       m_inputObserver(m_loop, &Console::ON_INPUT, this, &Console::ON_INPUT),
       m_signalObserver(m_loop, &Console::ON_SIGNAL, this, nullptr),
       m_inputTurn(new ZKEvent(m_loop, EventPrio::NORMAL, &Console::ON_INPUT, this)),
+      m_pauseOver(new ZKEvent(m_loop, EventPrio::NORMAL, &Console::ON_PAUSE_OVER, this)),
       m_pauseTimer(new _ZKTimeoutEvent(m_loop, EventPrio::NORMAL, &Console::ON_PAUSE_OVER, this)),
       m_ended(0, 1, ZK::Time::Source::MONOTONIC),
       m_outputMutex(false)
@@ -38,6 +40,7 @@ Console::Console(ZKFile const& signals)
 Console::~Console()
 {
     m_pauseTimer->destroy();
+    m_pauseOver->destroy();
     m_inputTurn->destroy();
 }
 
@@ -61,6 +64,8 @@ void Console::serve(Workbench& workbench)
     }
 
     m_ended.wait();
+    // a match may take longer than anyone waits, and an output that nobody reads takes no farewell: see Gatewayd::onQuitSignal
+    alarm(SECONDS_TO_END);
     // the console's loop still takes signals here, so that a second one does no harm
     workbench.end();
     m_loop.stop();
@@ -163,7 +168,8 @@ void Console::readSignals()
         char const* const name = strsignal(static_cast<int>(signal.ssi_signo));
         if (m_isEnding)
         {
-            say(String(String::Formatted(), "\"%s\" changes nothing, gatewayd is ending", name));
+            say(String(String::Formatted(), "\"%s\" changes nothing, gatewayd is ending and takes at most %u s", name,
+                       SECONDS_TO_END));
         }
         else
         {

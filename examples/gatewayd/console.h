@@ -32,6 +32,11 @@ public:
     /// Takes no further line for that time.
     void pause(unsigned int milliseconds);
 
+    /// Takes no further line until `resume`, which is safe from every thread. Signals are served meanwhile.
+    void pause() { m_isPaused = true; }
+
+    void resume() { m_pauseOver->set(); }
+
     ZKEventLoop& loop() { return m_loop; }
 
     String reasonOfEnd() const { return m_reason; }
@@ -58,6 +63,7 @@ private:
     _ZKFileObserver m_inputObserver;
     _ZKFileObserver m_signalObserver;
     ZKEvent* m_inputTurn; // reads what can't be watched
+    ZKEvent* m_pauseOver;
     _ZKTimeoutEvent* m_pauseTimer;
     LineReader m_lines;
     bool m_isEndOfInput = false;

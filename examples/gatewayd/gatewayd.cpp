@@ -6,9 +6,12 @@
 
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <getopt.h>
+#include <poll.h>
 #include <sys/signalfd.h>
 #include <syslog.h>
+#include <unistd.h>
 
 namespace
 {
@@ -32,10 +35,22 @@ constexpr char const* HELP =
     "  -l, --loop LOOP      the loop that the commands work on: config, crit, io or mgmt (default: io)\n"
     "  -k, --login-key FILE the public key for 'login': modulus and exponent, two lines of hexadecimal digits\n"
     "  -e, --stderr         shows the lines of the system log on standard error, too\n";
+
+/// Where a standard descriptor is closed, the next file that is opened would take its place and be read as the console's input.
+void openStandardDescriptors()
+{
+    int fd = -1;
+    do
+    {
+        fd = open("/dev/null", O_RDWR | O_CLOEXEC);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    close(fd);
+}
 }
 
 Gatewayd::Gatewayd() : ZKExecutable("hn:l:k:e", s_longOptions)
 {
+    openStandardDescriptors();
     // Handlers of quit signals are reset by the kernel when they are called, and a second signal that comes before they are
     // installed again ends the process at once. Blocked signals that are read from a descriptor know no such moment; every
     // thread inherits the mask.
@@ -81,6 +96,21 @@ XCode Gatewayd::parseArgument(char option, String const& value)
         break;
     }
     return XCODE_SUCCESS;
+}
+
+void Gatewayd::onQuitSignal(int signal)
+{
+    if (signal != SIGALRM)
+    {
+        return;
+    }
+    static constexpr char TEXT[] = "gatewayd: something doesn't come to its end and is given up\n";
+    pollfd output{STDERR_FILENO, POLLOUT, 0};
+    if (poll(&output, 1, 0) == 1 && write(STDERR_FILENO, TEXT, sizeof(TEXT) - 1) < 0)
+    {
+        // it ends all the same
+    }
+    _exit(1);
 }
 
 int Gatewayd::run()

@@ -14,8 +14,9 @@ public:
 
     XCode parseArgument(char option, String const& value) override;
 
-    /// For the signals that don't end the daemon: nothing happens. Those that do come to the console through a descriptor.
-    void onQuitSignal(int) override {}
+    /// The signals that end the daemon come to the console through a descriptor. SIGALRM comes when that end takes too long, and ends
+    /// the process with status 1; at the others nothing happens.
+    void onQuitSignal(int signal) override;
 
     void subclassHookA() override {}
 

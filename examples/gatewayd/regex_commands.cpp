@@ -16,13 +16,41 @@ String weightsOf(ZKRegEx::Matcher const& matcher, int start)
     }
     return text;
 }
+
+/// One line a group, and the weights.
+String groupsOf(ZKRegEx::Pattern const& pattern, ZKRegEx::Matcher const& matcher, String const& text)
+{
+    String result;
+    int start = -1;
+    int end = -1;
+    for (unsigned int group = 0; group < pattern.getCaptureCount(); ++group)
+    {
+        if (matcher.getCapture(group, start, end).isSuccess())
+        {
+            result.concatf("group %u from %d to %d: '%s'\n", group, start, end, text.substring(start, end).c_str());
+        }
+        else
+        {
+            result.concatf("group %u is unset\n", group);
+        }
+    }
+    matcher.getCapture(0, start, end);
+    result += weightsOf(matcher, start);
+    return result;
+}
 }
 
-RegexCommands::RegexCommands(Console& console) : CommandGroup(console)
+RegexCommands::RegexCommands(Console& console) : CommandGroup(console), m_matcher("Matcher")
 {
     add("match", "PATTERN TEXT", "shows the groups and weights of a match; quote a PATTERN with blanks",
         &RegexCommands::match);
-    add("subst", "PATTERN FORMAT TEXT", "shows TEXT with the match replaced by FORMAT", &RegexCommands::subst);
+    add("subst", "PATTERN FORMAT TEXT", "shows TEXT with the match replaced by FORMAT; quote what has blanks",
+        &RegexCommands::subst);
+}
+
+void RegexCommands::end()
+{
+    m_matcher.join();
 }
 
 void RegexCommands::match(Command const& command, String const& arguments)
@@ -34,28 +62,12 @@ void RegexCommands::match(Command const& command, String const& arguments)
         refuse(command, "PATTERN has a syntax error");
         return;
     }
-    ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
-    if (matcher->match().isErr())
-    {
-        m_console.say("no match");
-        return;
-    }
-    int start = -1;
-    int end = -1;
-    for (unsigned int group = 0; group < pattern->getCaptureCount(); ++group)
-    {
-        if (matcher->getCapture(group, start, end).isSuccess())
+    answerLater(
+        [pattern, text]
         {
-            m_console.say(String(String::Formatted(), "group %u from %d to %d: '%s'", group, start, end,
-                                 text.substring(start, end).c_str()));
-        }
-        else
-        {
-            m_console.say(String(String::Formatted(), "group %u is unset", group));
-        }
-    }
-    matcher->getCapture(0, start, end);
-    m_console.say(weightsOf(*matcher, start));
+            ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
+            return matcher->match().isErr() ? String("no match") : groupsOf(*pattern.getObj(), *matcher.getObj(), text);
+        });
 }
 
 void RegexCommands::subst(Command const& command, String const& arguments)
@@ -68,12 +80,30 @@ void RegexCommands::subst(Command const& command, String const& arguments)
         return;
     }
     ZKPtr<ZKRegEx::Formatter> const formatter = ZKRegEx::COMPILE_SUBSTITUTION(takeArgument(text));
-    ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
-    if (matcher->match().isErr())
+    answerLater(
+        [pattern, formatter, text]
+        {
+            ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
+            String result;
+            return matcher->match().isErr() ? String("no match") : formatter->format(matcher, result);
+        });
+}
+
+/// Nested repetition can take longer than anyone waits. So a match has a thread of its own: no further line is taken meanwhile, but
+/// the console's loop serves the signal that ends the daemon.
+void RegexCommands::answerLater(std::function<String()> answer)
+{
+    m_console.pause();
+    auto const task = [this, answer = std::move(answer)]
     {
-        m_console.say("no match");
-        return;
+        String const text = answer();
+        m_matcher.takeNext();
+        m_console.say(text);
+        m_console.resume();
+    };
+    if (XCode code = m_matcher.run(task); code.isErr())
+    {
+        m_console.say(code.toString());
+        m_console.resume();
     }
-    String result;
-    m_console.say(formatter->format(matcher, result));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "command_group.h"
+#include "task_thread.h"
 
 /// Regular expressions on what the operator types.
 class RegexCommands : public CommandGroup
@@ -8,7 +9,12 @@ class RegexCommands : public CommandGroup
 public:
     explicit RegexCommands(Console& console);
 
+    void end() override;
+
 private:
     void match(Command const& command, String const& arguments);
     void subst(Command const& command, String const& arguments);
+    void answerLater(std::function<String()> answer);
+
+    TaskThread m_matcher;
 };

@@ -6,6 +6,8 @@
 #include <functional>
 
 /// A named thread that runs one task at a time. Owned and used by one thread; the destructor waits for the task's end.
+///
+///     m_copier.run([this] { copy(); m_copier.takeNext(); m_console.say("copied"); })
 class TaskThread : public ZKThread
 {
 public:
@@ -30,6 +32,9 @@ public:
         }
         return code;
     }
+
+    /// By the task, before it tells its result: whoever reads that has the next task taken.
+    void takeNext() { m_isBusy = false; }
 
     bool isBusy() const { return m_isBusy; }
 
