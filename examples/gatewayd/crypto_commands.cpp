@@ -3,6 +3,7 @@
 #include "console.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <utility>
 
 using CommandLine::takeWord;
@@ -33,6 +34,8 @@ XCode crc32Of(String const& path, String& sum)
     return XCODE_SUCCESS;
 }
 
+using Calculation = XCode (*)(String const& path, String& sum);
+
 template <class Helper>
 XCode digestOf(String const& path, String& sum)
 {
@@ -40,6 +43,23 @@ XCode digestOf(String const& path, String& sum)
     XCode code = helper.calculate(path);
     sum = helper.getResult();
     return code;
+}
+
+/// The checksum, or why there is none. A device or a fifo, whose content need not end, is refused.
+String checksumOf(Calculation calculate, String const& path)
+{
+    struct stat status = {};
+    if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
+    {
+        return "no regular file";
+    }
+    String sum;
+    XCode const code = calculate(path, sum);
+    if (code.getValue() == XCODE_FAILURE)
+    {
+        return "no content";
+    }
+    return code.isErr() ? code.toString() : sum;
 }
 }
 
@@ -60,7 +80,7 @@ void CryptoCommands::hash(Command const& command, String const& arguments)
 {
     String path = arguments;
     String const kind = takeWord(path);
-    XCode (*calculate)(String const&, String&) = nullptr;
+    Calculation calculate = nullptr;
     if (kind == "md5")
     {
         calculate = &digestOf<MD5SumHelper>;
@@ -80,10 +100,9 @@ void CryptoCommands::hash(Command const& command, String const& arguments)
     }
     auto const report = [this, calculate, path]
     {
-        String sum;
-        XCode const code = calculate(path, sum);
-        m_console.say(
-            String(String::Formatted(), "%s  %s", code.isErr() ? code.toString().c_str() : sum.c_str(), path.c_str()));
+        String const answer = checksumOf(calculate, path);
+        m_hasher.takeNext();
+        m_console.say(String(String::Formatted(), "%s  %s", answer.c_str(), path.c_str()));
     };
     if (m_hasher.run(report).isErr())
     {
@@ -96,7 +115,11 @@ void CryptoCommands::password(Command const& command, String const& arguments)
     String text = arguments;
     String const direction = takeWord(text);
     String result;
-    if (direction == "encrypt")
+    if (text.isEmpty())
+    {
+        refuse(command, "it takes a direction and a text");
+    }
+    else if (direction == "encrypt")
     {
         m_console.say(encryptPassword(text, result).isErr() ? String("the password can't be stored") : result);
     }

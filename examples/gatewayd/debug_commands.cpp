@@ -91,17 +91,17 @@ char const* DebugCommands::parse(String const& arguments, Request& request) cons
     {
         return "there is no such monitor";
     }
-    if (count > 4 && !parseNumber(words[1], 0, RTD::NO_SLOT, request.slot))
+    if (count > 4 && !parseNumber(words[1], 0, RTD::NO_SLOT - 1, request.slot))
     {
-        return "SLOT is a number from 0 to 254";
+        return "SLOT is a number from 0 to 253";
     }
-    if (count > 5 && !parseNumber(words[2], 0, RTD::NO_PORT, request.port))
+    if (count > 5 && !parseNumber(words[2], 0, RTD::NO_PORT - 1, request.port))
     {
-        return "PORT is a number from 0 to 65534";
+        return "PORT is a number from 0 to 65533";
     }
     if (!parseSeverity(words[count - 2], request.severity))
     {
-        return "SEVERITY is one of emerg, alert, crit, err, warn, notice, info and debug";
+        return "SEVERITY is emerg, alert, crit, err, warn, notice, info or debug, or its number from 0 to 7";
     }
     if (!parseNumber(words[count - 1], 0, 9, level))
     {

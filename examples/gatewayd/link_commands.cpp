@@ -10,7 +10,7 @@ constexpr unsigned int PORT = 1;
 
 LinkCommands::LinkCommands(Console& console, ZKEventLoop& loop) : CommandGroup(console), m_loop(loop)
 {
-    add("link", "up|down|error", "tells the link; 'debug ethernet 0 1 me debug 1' shows how it takes it",
+    add("link", "up|down|error", "happens to the link; 'debug ethernet 0 1 me debug 1' logs what it does",
         &LinkCommands::link);
 
     RTD::Monitor* const monitor = RTD::REPOSITORY::_INSTANCE()->addMonitor(MON_ETHERNET, SLOT, PORT);

@@ -29,7 +29,7 @@ LoopCommands::LoopCommands(Console& console, ZKEventLoop& loop)
 {
     add("threads", "", "shows the locks and the backtrace of every thread", &LoopCommands::threads);
     add("loops", "", "shows whether the event loops keep up", &LoopCommands::loops);
-    add("post", "high|normal|low TEXT", "runs on the chosen loop, shows the order", &LoopCommands::post);
+    add("post", "high|normal|low TEXT", "has the chosen loop show TEXT, the most urgent first", &LoopCommands::post);
     add("sync", "", "stops the chosen loop from another thread and lets it go", &LoopCommands::sync);
     add("block", "SECONDS", "blocks the chosen loop in a handler; look at 'loops' and 'threads' meanwhile",
         &LoopCommands::block);
