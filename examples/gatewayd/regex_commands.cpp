@@ -55,50 +55,48 @@ void RegexCommands::end()
 
 void RegexCommands::match(Command const& command, String const& arguments)
 {
-    String text = arguments;
-    ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
-    if (!pattern)
-    {
-        refuse(command, "PATTERN has a syntax error");
-        return;
-    }
     answerLater(
-        [pattern, text]
+        [this, &command, text = arguments]() mutable
         {
+            ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
+            if (!pattern)
+            {
+                refuse(command, "PATTERN has a syntax error");
+                return;
+            }
             ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
-            return matcher->match().isErr() ? String("no match") : groupsOf(*pattern.getObj(), *matcher.getObj(), text);
+            m_console.say(matcher->match().isErr() ? String("no match")
+                                                   : groupsOf(*pattern.getObj(), *matcher.getObj(), text));
         });
 }
 
 void RegexCommands::subst(Command const& command, String const& arguments)
 {
-    String text = arguments;
-    ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
-    if (!pattern)
-    {
-        refuse(command, "PATTERN has a syntax error");
-        return;
-    }
-    ZKPtr<ZKRegEx::Formatter> const formatter = ZKRegEx::COMPILE_SUBSTITUTION(takeArgument(text));
     answerLater(
-        [pattern, formatter, text]
+        [this, &command, text = arguments]() mutable
         {
+            ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
+            if (!pattern)
+            {
+                refuse(command, "PATTERN has a syntax error");
+                return;
+            }
+            ZKPtr<ZKRegEx::Formatter> const formatter = ZKRegEx::COMPILE_SUBSTITUTION(takeArgument(text));
             ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
             String result;
-            return matcher->match().isErr() ? String("no match") : formatter->format(matcher, result);
+            m_console.say(matcher->match().isErr() ? String("no match") : formatter->format(matcher, result));
         });
 }
 
-/// Nested repetition can take longer than anyone waits. So a match has a thread of its own: no further line is taken meanwhile, but
-/// the console's loop serves the signal that ends the daemon.
-void RegexCommands::answerLater(std::function<String()> answer)
+/// Nested repetition can take longer than anyone waits. So a match has a thread of its own, to which its pattern belongs: no
+/// further line is taken meanwhile, but the console's loop serves the signal that ends the daemon.
+void RegexCommands::answerLater(std::function<void()> const& answer)
 {
     m_console.pause();
-    auto const task = [this, answer = std::move(answer)]
+    auto const task = [this, answer]
     {
-        String const text = answer();
+        answer();
         m_matcher.takeNext();
-        m_console.say(text);
         m_console.resume();
     };
     if (XCode code = m_matcher.run(task); code.isErr())

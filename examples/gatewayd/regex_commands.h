@@ -14,7 +14,7 @@ public:
 private:
     void match(Command const& command, String const& arguments);
     void subst(Command const& command, String const& arguments);
-    void answerLater(std::function<String()> answer);
+    void answerLater(std::function<void()> const& answer);
 
     TaskThread m_matcher;
 };
