@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 using namespace ZK::Property::Template;
 using ZK::Property::MAX_DEPTH;
 using ZK::Property::Value;
@@ -210,6 +212,22 @@ TEST(Template, ProgramsAddTagsOfTheirOwn)
         EXPECT_EQ(rendered(text, sample()), "2:2w,52|2");
     }
     EXPECT_EQ(rendered(text, sample()), "") << "without them both are names of values";
+}
+
+TEST(Template, ThreadsRenderOneTemplateAtOnce)
+{
+    Template page;
+    ASSERT_TRUE(page.parse("{{#each items}}{{this}}{{bold \"a long literal\"}}{{/each}}{{auto o}}"));
+    Value const data = sample();
+    String const expected = page.render(data);
+    auto const renderOften = [&page, &expected, own = data]
+    {
+        for (unsigned i = 0; i < 200; i++)
+            EXPECT_EQ(page.render(own), expected);
+    };
+    std::thread other(renderOften);
+    renderOften();
+    other.join();
 }
 
 TEST(Template, DeepAndLongTextsEndInTime)

@@ -34,7 +34,8 @@ namespace ZK::Property::Template
 /// A start tag with "#" and one with "^" don't mix well: a section has the polarity of the start tag that was read last
 /// in front of its end tag, which is that of the last section inside it, if there is one.
 ///
-/// Sections may stand `MAX_DEPTH` deep in each other. Parsing belongs to one thread; several may render at once.
+/// Sections may stand `MAX_DEPTH` deep in each other. Parsing belongs to one thread; several may render at once, each
+/// with a value of its own.
 class Template
 {
 public:

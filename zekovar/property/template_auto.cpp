@@ -90,9 +90,11 @@ Value columnsOf(Value const& array)
 }
 }
 
-String SimpleAuto::render(Context&, ZKVector<Value> const& arguments)
+String SimpleAuto::render(Context& context, ZKVector<Value> const& arguments)
 {
-    return arguments.isEmpty() ? String() : render(arguments[0]);
+    if (arguments.isEmpty() || !context.spend(arguments[0].size())) // a long array may be read and give no text
+        return String();
+    return render(arguments[0]);
 }
 
 String SimpleAuto::render(Value const& value)
