@@ -236,11 +236,8 @@ TEST(Template, DeepAndLongTextsEndInTime)
     { return String::repeat(open, depth).concat("x").concat(String::repeat(close, depth)); };
     EXPECT_EQ(rendered(nested("{{#yes}}", MAX_DEPTH, "{{/yes}}"), sample()), "x");
     Template page;
-    for (char const* open : {"{{#yes}}", "{{^yes}}", "{{#if yes}}"})
-    {
-        EXPECT_TRUE(page.parse(nested(open, MAX_DEPTH + 1, "")).isErr());
-        EXPECT_TRUE(page.parse(nested(open, 1000000, "")).toString().startsWith("TOO MANY SECTIONS")) << open;
-    }
+    for (unsigned depth : {MAX_DEPTH + 1, 1000000u})
+        EXPECT_TRUE(page.parse(nested("{{^if yes}}", depth, "")).toString().startsWith("TOO MANY SECTIONS")) << depth;
     ASSERT_TRUE(page.parse(nested("{{#yes}}\n{{/yes}}\n", 100000, "{{")).isErr());
     ASSERT_TRUE(page.parse(nested("{{#yes}}\n{{/yes}}\n", 100000, "")));
     EXPECT_EQ(page.render(sample()), "x");
@@ -257,6 +254,6 @@ TEST(Template, AutoBoundsDepthAndCells)
     EXPECT_NE(rendered("{{auto this}}", deep(MAX_DEPTH)).indexOf("<td>x</td>"), -1);
     for (unsigned depth : {MAX_DEPTH + 1, 100 * MAX_DEPTH})
         EXPECT_EQ(rendered("{{auto this}}", deep(depth)).indexOf("x"), -1) << depth;
-    EXPECT_GT(rendered("{{auto this}}{{auto this}}", diagonal(512)).length(), 2 * 512 * 512 * 9);
+    EXPECT_GT(rendered("{{auto this}}", diagonal(512)).length(), 512 * 512 * 9);
     EXPECT_EQ(rendered("{{auto this}}", diagonal(513)), "");
 }
