@@ -1,6 +1,7 @@
 #include "debug_commands.h"
 
 #include "console.h"
+#include "monitor_list.h"
 
 #include <syslog.h>
 
@@ -8,7 +9,7 @@ using CommandLine::parseNumber;
 
 namespace
 {
-constexpr RtdMonitorID s_registered[] = {MON_SYSTEM, MON_JOB};
+constexpr RtdMonitorID s_registered[] = {MON_SYSTEM, MON_EVENT, MON_JOB};
 
 bool parseMonitor(String const& text, RtdMonitorID& id)
 {
@@ -34,8 +35,9 @@ bool parseSeverity(String const& text, int& severity)
 }
 }
 
-DebugCommands::DebugCommands(Console& console)
+DebugCommands::DebugCommands(Console& console, MonitorList const& monitors)
     : CommandGroup(console),
+      m_monitors(monitors),
       m_enableOnCrit(
           ZK::bindArgs(CRIT::INSTANCE().getAsyncContext(), &DebugCommands::enable, this, std::placeholders::_1)),
       m_disableOnCrit(

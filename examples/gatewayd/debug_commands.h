@@ -1,14 +1,17 @@
 #pragma once
 
 #include "command_group.h"
-#include "monitor_list.h"
+
+#include "zekovar/zekovar.h"
+
+class MonitorList;
 
 /// Debug sessions on the monitors that the daemon has registered, and those monitors.
 class DebugCommands : public CommandGroup
 {
 public:
     /// Registers the monitors of the library's own lines.
-    explicit DebugCommands(Console& console);
+    DebugCommands(Console& console, MonitorList const& monitors);
     ~DebugCommands() override;
 
     void end() override;
@@ -33,7 +36,7 @@ private:
     void enable(Request const& request);
     void disable(String const& session);
 
-    MonitorList m_monitors;
+    MonitorList const& m_monitors;
     ZK::Function<void(Request)> m_enableOnCrit; // a change of monitors waits for CRIT, the console doesn't
     ZK::Function<void(String)> m_disableOnCrit;
 };

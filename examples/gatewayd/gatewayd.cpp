@@ -4,6 +4,7 @@
 #include "login_key.h"
 #include "workbench.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
@@ -22,6 +23,7 @@ option s_longOptions[] = {{"help", no_argument, nullptr, 'h'},
                           {"name", required_argument, nullptr, 'n'},
                           {"loop", required_argument, nullptr, 'l'},
                           {"login-key", required_argument, nullptr, 'k'},
+                          {"preferences", required_argument, nullptr, 'p'},
                           {"stderr", no_argument, nullptr, 'e'},
                           {nullptr, 0, nullptr, 0}};
 // clang-format on
@@ -34,6 +36,8 @@ constexpr char const* HELP =
     "  -n, --name NAME      the daemon's name in the system log (default: gatewayd)\n"
     "  -l, --loop LOOP      the loop that the commands work on: config, crit, io or mgmt (default: io)\n"
     "  -k, --login-key FILE the public key for 'login': modulus and exponent, two lines of hexadecimal digits\n"
+    "  -p, --preferences FILE\n"
+    "                       lines of a key and a value: 'loop' and 'stderr' stand for these options\n"
     "  -e, --stderr         shows the lines of the system log on standard error, too\n";
 
 /// Where a standard descriptor is closed, the next file that is opened would take its place and be read as the console's input.
@@ -48,7 +52,7 @@ void openStandardDescriptors()
 }
 }
 
-Gatewayd::Gatewayd() : ZKExecutable("hn:l:k:e", s_longOptions)
+Gatewayd::Gatewayd() : ZKExecutable("hn:l:k:p:e", s_longOptions)
 {
     openStandardDescriptors();
     // Handlers of quit signals are reset by the kernel when they are called, and a second signal that comes before they are
@@ -86,6 +90,9 @@ XCode Gatewayd::parseArgument(char option, String const& value)
         break;
     case 'k':
         m_loginKey = value;
+        break;
+    case 'p':
+        m_preferences = value;
         break;
     case 'e':
         m_logToStandardError = true;
@@ -125,6 +132,13 @@ int Gatewayd::run()
         std::fprintf(stderr, "gatewayd: unexpected argument '%s'\n", getArgv()[optind]);
         m_mode = Mode::REFUSE;
     }
+    if (m_mode == Mode::SERVE && !m_preferences.isEmpty() && access(m_preferences.c_str(), R_OK) != 0)
+    {
+        std::fprintf(stderr, "gatewayd: the preferences %s can't be read: %s\n", m_preferences.c_str(),
+                     XCode(XCODE_ERRNO + static_cast<unsigned int>(errno)).toString().c_str());
+        return 2;
+    }
+    usePreferences();
     if (m_mode == Mode::SERVE && m_loop != "config" && m_loop != "crit" && m_loop != "io" && m_loop != "mgmt")
     {
         std::fprintf(stderr, "gatewayd: no loop '%s': config, crit, io or mgmt\n", m_loop.c_str());
@@ -142,6 +156,20 @@ int Gatewayd::run()
         return 2;
     }
     return serve();
+}
+
+/// Options win over preferences.
+void Gatewayd::usePreferences()
+{
+    if (!m_preferences.isEmpty())
+    {
+        PREFERENCES::CREATEPREF(m_preferences);
+    }
+    if (m_loop.isEmpty())
+    {
+        m_loop = PREFERENCES::READPREF_STRING("loop", "io").lowerCase();
+    }
+    m_logToStandardError = m_logToStandardError || PREFERENCES::READPREF_BOOL("stderr", false);
 }
 
 int Gatewayd::serve()

@@ -30,13 +30,15 @@ private:
         REFUSE
     };
 
+    void usePreferences();
     int serve();
     ZKEventLoop& chosenLoop() const;
 
     Mode m_mode = Mode::SERVE;
     bool m_logToStandardError = false;
     String m_identity;
-    String m_loop = "io";
+    String m_loop;                     // its name
+    String m_preferences;              // a file, or empty
     String m_loginKey;                 // a file, or empty
     ZKFile m_signals{-1, true, false}; // from which the console reads the signals that end the daemon
 };

@@ -1,5 +1,7 @@
 #include "monitor_list.h"
 
+#include <utility>
+
 namespace
 {
 /// Orders by id, slot and port.
@@ -26,12 +28,36 @@ String MonitorList::report() const
     for (auto const& [key, entry] : m_entries)
     {
         String const level = entry.level < 0 ? String("off") : String(String::Formatted(), "level %d", entry.level);
-        text.concatf("%3u  %-24s %s", key >> 24, entry.name.c_str(), level.c_str());
-        for (auto const& [name, session] : entry.sessions)
-        {
-            text.concatf(", %s (%s, %d)", name.c_str(), RTD::GET_SYSLOG_SEVERITY(session.severity), session.debugLevel);
-        }
-        text += "\n";
+        String const sessions = sessionsOf(entry);
+        text.concatf("%3u  %-24s %s%s%s\n", key >> 24, entry.name.c_str(), level.c_str(),
+                     sessions.isEmpty() ? "" : ", ", sessions.c_str());
+    }
+    return text;
+}
+
+ZK::Property::Value MonitorList::toValue() const
+{
+    ZKAutoLock<ZKMutex> guard(m_mutex);
+    ZK::Property::Value monitors = ZK::Property::array();
+    for (auto const& [key, entry] : m_entries)
+    {
+        ZK::Property::Value monitor;
+        monitor["monitor"] = entry.name;
+        monitor["id"] = key >> 24;
+        monitor["level"] = entry.level;
+        monitor["sessions"] = sessionsOf(entry);
+        monitors.add(std::move(monitor));
+    }
+    return monitors;
+}
+
+String MonitorList::sessionsOf(Entry const& entry)
+{
+    String text;
+    for (auto const& [name, session] : entry.sessions)
+    {
+        text.concatf("%s%s (%s, %d)", text.isEmpty() ? "" : ", ", name.c_str(),
+                     RTD::GET_SYSLOG_SEVERITY(session.severity), session.debugLevel);
     }
     return text;
 }

@@ -21,6 +21,9 @@ public:
     /// One line a monitor, by id, slot and port: name, effective debug level and sessions.
     String report() const;
 
+    /// The same as an "Array" of "Object"s.
+    ZK::Property::Value toValue() const;
+
 private:
     using Event = ObserverEvent<RTD::Monitor>;
 
@@ -38,6 +41,7 @@ private:
     void onDebugLevelChanged(Event& event) override;
 
     Entry& entryOf(Event& event);
+    static String sessionsOf(Entry const& entry);
 
     mutable ZKMutex m_mutex; // guards m_entries
     std::map<unsigned int, Entry> m_entries;

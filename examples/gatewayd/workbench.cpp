@@ -7,6 +7,7 @@
 #include "link_commands.h"
 #include "loop_commands.h"
 #include "regex_commands.h"
+#include "report_commands.h"
 #include "timer_commands.h"
 
 #include <cctype>
@@ -24,11 +25,12 @@ Workbench::Workbench(ZKEventLoop& loop, Console& console) : CommandGroup(console
 
     m_groups.push_back(std::make_unique<LoopCommands>(console, loop));
     m_groups.push_back(std::make_unique<TimerCommands>(console, loop));
-    m_groups.push_back(std::make_unique<DebugCommands>(console));
+    m_groups.push_back(std::make_unique<DebugCommands>(console, m_monitors));
     m_groups.push_back(std::make_unique<LinkCommands>(console, loop));
     m_groups.push_back(std::make_unique<JobCommands>(console));
     m_groups.push_back(std::make_unique<RegexCommands>(console));
     m_groups.push_back(std::make_unique<CryptoCommands>(console));
+    m_groups.push_back(std::make_unique<ReportCommands>(console, m_monitors));
 }
 
 void Workbench::execute(String const& line)

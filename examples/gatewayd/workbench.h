@@ -1,6 +1,7 @@
 #pragma once
 
 #include "command_group.h"
+#include "monitor_list.h"
 
 #include <memory>
 
@@ -23,5 +24,6 @@ private:
     void wait(Command const& command, String const& arguments);
     void quit(Command const& command, String const& arguments);
 
+    MonitorList m_monitors;
     std::vector<std::unique_ptr<CommandGroup>> m_groups;
 };

@@ -150,6 +150,19 @@ exec 9<&-
 [ $? -eq 2 ] || fail "--login-key: status isn't 2"
 expect --login-key "^gatewayd: the key .*/abc can.t be used: it isn't a modulus"
 
+# the state in all layouts, values that are kept, templates, and preferences
+printf '%s\n' 'loop mgmt' 'stderr off' >"$dir/preferences"
+printf '{{#each loops}}<{{loop}}>{{/each}}{{#values}}{{#port}}{{name}}={{speed}}{{/port}}{{/values}}\n' >"$dir/template"
+printf '%s\n' 'report tree monitors' 'report list jobs' 'report folder monitors' 'report json jobs' 'report yaml' 'report html loops' \
+    'report pdf' 'report tree cats' 'set port.speed 100' 'set port.name "eth0"' 'get port' 'get fan' 'set a nonsense' "render $dir/template" \
+    'render /none' 'post low here' | "$@" --preferences "$dir/preferences" >"$dir/out" 2>&1 || fail "report: status $?"
+expect report '^  monitor:  *system$' '^executor  suspended  invoked' '^system  *1  *9' '^    "executor": "Jobs",$' '^- executor: Jobs$' \
+    '^<th>loop</th><th>queuing delay</th>' '^report: it takes a layout' '^  "speed": 100,$' '^there is no fan' \
+    "^Expecting value, got ''" '<Mgmt-[0-9a-f]*>.*eth0=100$' '^/none: ' 'on thread Mgmt: here'
+"$@" --preferences /none </dev/null >"$dir/out" 2>&1
+[ $? -eq 2 ] || fail "--preferences: status isn't 2"
+expect --preferences '^gatewayd: the preferences /none can.t be read'
+
 # the reports show a blocked loop and a contended lock while they last; SIGTERM cuts both short, a second one does no harm
 "$@" --loop config <"$dir/in" >"$dir/out" 2>&1 &
 daemon=$!
