@@ -198,6 +198,7 @@ TEST(RegEx, Repeats)
         {"((a)|b){2}", 0, "ab", "0-2 1-2 * ffff"},
         {"(?:(a)|b)*?c", 0, "abc", "0-3 * ffffff"},
         {"(){2,}x", 0, "x", "0-1 0-0 ff"},
+        {"((?:)|a){18}b", 0, "aab", "0-3 1-2 ffffff"},
         {"(?>a+|b)b", 0, "aab", "0-3 ffffff"},
         {"(?>[ab]+?b)c", 0, "abbc", "1-4 01feffff"},
         {"a[a-z]*z9", 0, "a1azaz9", "2-7 0101ffe6e6ffff"},

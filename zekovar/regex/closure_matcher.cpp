@@ -9,9 +9,9 @@ using namespace ZK::Detail;
 namespace
 {
 
-// A required iteration that consumes nothing can be repeated at will, so where more than this many are still required
-// none is: they would only deepen the stack.
-constexpr unsigned MOST_EMPTY_ITERATIONS = 16;
+// Required iterations that consume nothing only deepen the stack, and where they nest their number is the product of the
+// counts. With this many on the stack, one more stands for all that its closure still requires.
+constexpr unsigned MOST_EMPTY_ITERATIONS = 256;
 
 bool isSingleByte(RE_Matcher const& node)
 {
@@ -80,16 +80,29 @@ public:
 
     XCode continueMatch(RE_MatchContext& context, RE_MatchParameters& parameters) const override
     {
-        bool const empty = context.position == m_start;
-        if (m_min == 0 && empty)
-            return XCODE_FAILURE;
-        unsigned min = m_min > 0 ? m_min - 1 : 0;
-        if (empty && min > MOST_EMPTY_ITERATIONS)
-            min = 0;
-        return m_matcher.match(context, parameters, m_next, min, m_max == UNLIMITED ? m_max : m_max - 1);
+        return context.position == m_start ? continueEmpty(context, parameters) : repeat(1, context, parameters);
     }
 
 private:
+    // Not inline: its variables would lie on the stack behind the iterations that consume something.
+    [[gnu::noinline]] XCode continueEmpty(RE_MatchContext& context, RE_MatchParameters& parameters) const
+    {
+        if (m_min == 0)
+            return XCODE_FAILURE;
+        bool const standsForAll = context.emptyIterations >= MOST_EMPTY_ITERATIONS;
+        context.emptyIterations++;
+        XCode code = repeat(standsForAll ? m_min : 1, context, parameters);
+        context.emptyIterations--;
+        return code;
+    }
+
+    XCode repeat(unsigned done, RE_MatchContext& context, RE_MatchParameters& parameters) const
+    {
+        unsigned const min = m_min - std::min(done, m_min);
+        unsigned const max = m_max == UNLIMITED ? m_max : m_max - std::min(done, m_max);
+        return m_matcher.match(context, parameters, m_next, min, max);
+    }
+
     RE_ClosureMatcher const& m_matcher;
     RE_Continuation const& m_next;
     int m_start;

@@ -55,7 +55,8 @@ public:
         unsigned overwritten;
     };
 
-    /// Makes room for the weights of a subject of `length` bytes, without touching them. False if memory is out.
+    /// Makes room for the weights of a subject of `length` bytes, without touching them; no match may begin before. False
+    /// if memory is out.
     bool reserveWeights(int length)
     {
         int const room = length + static_cast<int>(sizeof(uint64_t));
@@ -108,7 +109,8 @@ public:
     int position = 0; ///< offset in the subject
     String weights;   ///< room for one byte for each byte of the subject
     ZKVector<RE_Capture> captures;
-    int attempt = 0; ///< where the attempt under way began; the weights in front of it aren't valid
+    int attempt = 0;              ///< where the attempt under way began; the weights in front of it aren't valid
+    unsigned emptyIterations = 0; ///< required iterations on the stack that consumed nothing
 
 private:
     struct Overwritten

@@ -69,25 +69,23 @@ XCode RE_Parser::parseDisjunction(Context& context, Parameters& parameters, Matc
     if (parseSequence(context, parameters, alternative).isErr())
     {
         matcher = MatcherPtr(new RE_NullMatcher());
-        context.depth--;
-        return XCODE_SUCCESS;
     }
-    if (peekChar(context, parameters) != '|')
+    else if (peekChar(context, parameters) != '|')
     {
         matcher = std::move(alternative);
-        context.depth--;
-        return XCODE_SUCCESS;
     }
-
-    Links alternatives;
-    Context bar;
-    do
+    else
     {
-        alternatives.add(alternative);
-        bar = context;
-    } while (parseConstChar(context, parameters, '|') && parseSequence(context, parameters, alternative));
-    context = bar;
-    matcher = alternatives.join<RE_DisjunctionMatcher>(false);
+        Links alternatives;
+        Context bar;
+        do
+        {
+            alternatives.add(alternative);
+            bar = context;
+        } while (parseConstChar(context, parameters, '|') && parseSequence(context, parameters, alternative));
+        context = bar;
+        matcher = alternatives.join<RE_DisjunctionMatcher>(false);
+    }
     context.depth--;
     return XCODE_SUCCESS;
 }

@@ -174,7 +174,7 @@ XCode RE_Parser::parseClassRanges(Context& context, Parameters& parameters, RE_A
     return XCODE_SUCCESS;
 }
 
-// A dash is literal in front, behind a range, and as the last character, which it ends the class.
+// A dash is literal in front, behind a range, and as the last character of the class.
 XCode RE_Parser::parseNonEmptyClassRanges(Context& context, Parameters& parameters, bool allowDash,
                                           RE_AcceptanceSet& set)
 {

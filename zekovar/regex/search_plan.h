@@ -10,6 +10,12 @@ struct RE_MatchParameters;
 
 /// What a search forward may pass over: made once for a pattern, from its tree, which must outlive the plan.
 ///
+/// - An anchor in front: only the start of the subject or of its lines is tried.
+/// - A literal in front, or else the set of bytes that a match may begin with: other places are skipped.
+/// - A delimiter behind a leading repetition, as in "\w+=": it is looked for first, and from there the start to the
+///   left.
+/// - An unlimited repetition in front: after a failure the places inside it aren't tried again.
+///
 /// Not for `RE_FLAG_BACKWARD` and `RE_FLAG_PARTIAL`.
 class RE_SearchPlan
 {
