@@ -63,8 +63,8 @@ public:
         XCode match();
 
         /// Finds the next match from the end of the last one on, or from one byte further if the last search ended
-        /// where it began. So the walk moves on past empty matches, but one further on than its search began, as of
-        /// "$", is found twice. After a failure the search begins afresh.
+        /// where it began. So the walk never stands still, but an empty match further on than its search began, one of
+        /// "$" for instance, is found twice. After a failure the search begins afresh.
         XCode matchNext();
 
         /// The offsets of a group of the last match, -1 if it is unset, which fails. Group 0 is the whole match; with
