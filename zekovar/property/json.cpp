@@ -15,11 +15,6 @@ namespace
 using Token = JSON::Lexer::Token;
 using Type = Value::Type;
 
-bool startsWith(String const& text, std::string_view prefix)
-{
-    return Detail::wholeText(text).starts_with(prefix);
-}
-
 /// Whether `Base64` would take each character for what it is; blanks and line ends may stand between them.
 bool isBase64(String const& text, size_t from)
 {
@@ -33,38 +28,33 @@ bool isBase64(String const& text, size_t from)
                        });
 }
 
+/// Each function gives an "Invalid" value behind a failure, and never else.
 class Reader
 {
 public:
     Reader(char const* text, int length) : m_lexer(text, length) {}
 
-    /// The value is touched at the end only: the text may be part of it.
-    XCode read(Value& value)
-    {
-        Value result;
-        bool const succeeded = readValue(result, 0);
-        value = succeeded ? std::move(result) : Value();
-        return succeeded ? XCode() : std::move(m_failure);
-    }
+    Value readValue(unsigned int depth);
+
+    XCode& failure() { return m_failure; }
 
 private:
-    bool readValue(Value& value, unsigned int depth);
-    bool readObject(Value& value, unsigned int depth);
-    bool readArray(Value& value, unsigned int depth);
-    bool readMember(Value& value, unsigned int depth);
-    bool readString(Value& value);
-    bool readBinary(Value& value, String const& text);
-    bool readInteger(Value& value);
-    bool readFloating(Value& value);
-    bool refuse();
+    Value readObject(unsigned int depth);
+    bool readMember(Value& object, unsigned int depth);
+    Value readArray(unsigned int depth);
+    Value readString();
+    Value readBinary(String const& text);
+    Value readInteger();
+    Value readFloating();
+    Value refuse();
 
-    bool fail(XCode&& failure)
+    Value fail(XCode&& failure)
     {
         m_failure = std::move(failure);
-        return false;
+        return {};
     }
 
-    bool fail(String const& message)
+    Value fail(String const& message)
     {
         XCode failure(XCODE_FAILURE);
         failure.setString(message);
@@ -75,139 +65,140 @@ private:
     XCode m_failure;
 };
 
-bool Reader::readValue(Value& value, unsigned int depth)
+Value Reader::readValue(unsigned int depth)
 {
     switch (m_lexer.pop())
     {
     case Token::OBJECT_BEGIN:
-        return depth < MAX_DEPTH ? readObject(value, depth + 1) : fail(Detail::tooDeep());
+        return depth < MAX_DEPTH ? readObject(depth + 1) : fail(Detail::tooDeep());
     case Token::ARRAY_BEGIN:
-        return depth < MAX_DEPTH ? readArray(value, depth + 1) : fail(Detail::tooDeep());
+        return depth < MAX_DEPTH ? readArray(depth + 1) : fail(Detail::tooDeep());
     case Token::NULL_WORD:
-        value = nullptr;
-        return true;
+        return nullptr;
     case Token::FALSE_WORD:
-        value = false;
-        return true;
+        return false;
     case Token::TRUE_WORD:
-        value = true;
         return true;
     case Token::STRING:
-        return readString(value);
+        return readString();
     case Token::INTEGER:
-        return readInteger(value);
+        return readInteger();
     case Token::FLOATING:
-        return readFloating(value);
+        return readFloating();
     default:
         return refuse();
     }
 }
 
-bool Reader::readObject(Value& value, unsigned int depth)
+Value Reader::readObject(unsigned int depth)
 {
-    value.copyOnWrite(Type::OBJECT);
+    Value object;
+    object.copyOnWrite(Type::OBJECT);
     if (m_lexer.peek() == Token::OBJECT_END)
     {
         m_lexer.pop();
-        return true;
+        return object;
     }
-    for (;;)
+    while (readMember(object, depth))
     {
-        if (!readMember(value, depth))
-            return false;
         Token const next = m_lexer.pop();
         if (next == Token::OBJECT_END)
-            return true;
+            return object;
         if (next != Token::COMMA)
             return fail("Expecing ',' or '}'");
     }
+    return {};
 }
 
-bool Reader::readMember(Value& value, unsigned int depth)
+bool Reader::readMember(Value& object, unsigned int depth)
 {
     if (m_lexer.pop() != Token::STRING)
-        return fail(m_lexer.getErrorText());
+    {
+        fail(m_lexer.getErrorText());
+        return false;
+    }
     String key = m_lexer.takeTokenText();
     if (m_lexer.pop() != Token::COLON)
-        return fail("Expecting ':'");
-    Value member;
-    if (!readValue(member, depth))
+    {
+        fail("Expecting ':'");
         return false;
-    value.setMember(std::move(key), std::move(member));
+    }
+    Value member = readValue(depth);
+    if (member.isInvalid())
+        return false;
+    object.setMember(std::move(key), std::move(member));
     return true;
 }
 
-bool Reader::readArray(Value& value, unsigned int depth)
+Value Reader::readArray(unsigned int depth)
 {
-    value.copyOnWrite(Type::ARRAY);
+    Value array;
+    array.copyOnWrite(Type::ARRAY);
     if (m_lexer.peek() == Token::ARRAY_END)
     {
         m_lexer.pop();
-        return true;
+        return array;
     }
     for (;;)
     {
-        Value element;
-        if (!readValue(element, depth))
-            return false;
-        value.add(std::move(element));
+        Value element = readValue(depth);
+        if (element.isInvalid())
+            return {};
+        array.add(std::move(element));
         Token const next = m_lexer.pop();
         if (next == Token::ARRAY_END)
-            return true;
+            return array;
         if (next != Token::COMMA)
             return fail("Expecing ',' or ']'");
     }
 }
 
-bool Reader::readString(Value& value)
+Value Reader::readString()
 {
     String text = m_lexer.takeTokenText();
-    if (startsWith(text, Detail::BINARY_PREFIX))
-        return readBinary(value, text);
-    if (startsWith(text, Detail::XCODE_PREFIX))
-        value = Detail::parseXCode(text.substring(Detail::XCODE_PREFIX.size()));
-    else
-        value = std::move(text);
-    return true;
+    if (Detail::wholeText(text).starts_with(Detail::BINARY_PREFIX))
+        return readBinary(text);
+    if (Detail::wholeText(text).starts_with(Detail::XCODE_PREFIX))
+        return Detail::parseXCode(text.substring(Detail::XCODE_PREFIX.size()));
+    return text;
 }
 
-bool Reader::readBinary(Value& value, String const& text)
+Value Reader::readBinary(String const& text)
 {
     TString<char> bytes;
     XCode code = testExpression(isBase64(text, Detail::BINARY_PREFIX.size()));
     if (code.isSuccess())
         code = Base64::decode(bytes, text.substring(Detail::BINARY_PREFIX.size()));
-    if (code.isErr())
-    {
-        code.extendString("Invalid binary string", ": ");
-        return fail(std::move(code));
-    }
-    value = std::move(bytes);
-    return true;
+    if (code.isSuccess())
+        return bytes;
+    code.extendString("Invalid binary string", ": ");
+    return fail(std::move(code));
 }
 
-bool Reader::readInteger(Value& value)
+Value Reader::readInteger()
 {
     long long number;
-    if (!m_lexer.parseStringToInt(number))
-        return fail(m_lexer.getErrorText());
-    value = number;
-    return true;
+    return m_lexer.parseStringToInt(number) ? Value(number) : fail(m_lexer.getErrorText());
 }
 
-bool Reader::readFloating(Value& value)
+Value Reader::readFloating()
 {
     double number;
-    if (!m_lexer.parseStringToFloat(number))
-        return fail(m_lexer.getErrorText());
-    value = number;
-    return true;
+    return m_lexer.parseStringToFloat(number) ? Value(number) : fail(m_lexer.getErrorText());
 }
 
-bool Reader::refuse()
+Value Reader::refuse()
 {
     return fail(String(String::Formatted(), "Expecting value, got '%s': %s", m_lexer.getTokenText().c_str(),
                        m_lexer.getErrorText().c_str()));
+}
+
+/// `value` is touched at the end only: the text may be part of it.
+XCode decodeText(Value& value, char const* text, int length)
+{
+    Reader reader(text, length);
+    value = reader.readValue(0);
+    return value.isInvalid() ? std::move(reader.failure()) : XCode();
 }
 
 class Writer
@@ -325,12 +316,12 @@ void Writer::startLine(unsigned int level)
 
 XCode JSON::decode(Value& value, String const& text)
 {
-    return Reader(text.c_str(), text.length()).read(value);
+    return decodeText(value, text.c_str(), text.length());
 }
 
 XCode JSON::decode(Value& value, TString<char> const& text)
 {
-    return Reader(text.data(), text.length()).read(value);
+    return decodeText(value, text.data(), text.length());
 }
 
 XCode JSON::encode(String& out, Value const& value, bool pretty, unsigned int level, unsigned int step)

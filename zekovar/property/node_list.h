@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -11,7 +12,7 @@ namespace ZK::Property::Detail
 {
 /// Owns nodes that stay where they are while the list changes: the elements of an array, the members of an object.
 ///
-/// It is two words, as there are many of them in a document, and grows by half of its size. It doesn't destroy its
+/// It is two words, as there are many of them in a document, and grows by half of its size, as long as it is small by all of it. It doesn't destroy its
 /// nodes: they may be nested without limit, so their owner takes them out one by one and decides how.
 template <class T>
 class NodeList
@@ -53,8 +54,9 @@ public:
     void insert(unsigned int index, std::unique_ptr<T> node)
     {
         if (m_size == m_capacity)
-            reserve(m_capacity < FIRST_CAPACITY ? FIRST_CAPACITY : m_capacity + m_capacity / 2);
-        std::memmove(m_nodes + index + 1, m_nodes + index, (m_size - index) * sizeof(T*));
+            reserve(m_capacity < SMALL ? std::max(m_capacity * 2, FIRST_CAPACITY) : m_capacity + m_capacity / 2);
+        if (index < m_size)
+            std::memmove(m_nodes + index + 1, m_nodes + index, (m_size - index) * sizeof(T*));
         m_nodes[index] = node.release();
         m_size++;
     }
@@ -70,12 +72,14 @@ public:
     {
         std::unique_ptr<T> node(m_nodes[index]);
         m_size--;
-        std::memmove(m_nodes + index, m_nodes + index + 1, (m_size - index) * sizeof(T*));
+        if (index < m_size)
+            std::memmove(m_nodes + index, m_nodes + index + 1, (m_size - index) * sizeof(T*));
         return node;
     }
 
 private:
     static constexpr unsigned int FIRST_CAPACITY = 4;
+    static constexpr unsigned int SMALL = 32; // below, it doubles
 
     T** m_nodes = nullptr;
     uint32_t m_size = 0;

@@ -34,6 +34,11 @@ public:
     {
         if (!dropReference())
             return;
+        if (m_type < Type::ARRAY)
+        {
+            delete this;
+            return;
+        }
         Store* dead = nullptr;
         ENLIST(this, dead);
         DESTROY_ALL(dead);
@@ -114,7 +119,8 @@ private:
 
     ~Store();
 
-    bool dropReference() { return m_count.fetch_sub(1, std::memory_order_acq_rel) == 1; }
+    // the only user needs no atomic change: nobody else can come by a reference meanwhile
+    bool dropReference() { return !isShared() || m_count.fetch_sub(1, std::memory_order_acq_rel) == 1; }
 
     static void DESTROY_ALL(Store* dead) noexcept;
     static void ENLIST(Store* store, Store*& dead) noexcept;
@@ -162,4 +168,11 @@ private:
         Store* m_nextDead;            // once nobody refers to this store
     };
 };
+
+inline Value::Store& Value::writableStore(Type type)
+{
+    if (getType() != type || m_payload.store->isShared())
+        copyOnWrite(type);
+    return *m_payload.store;
+}
 }

@@ -167,11 +167,10 @@ bool TextLexer::parseFourHexDigits()
 
 bool TextLexer::skipDigits()
 {
-    int const first = m_position;
-    while (parseAnyDigit())
-    {
-    }
-    return m_position > first;
+    int position = m_position; // not the member: each byte read could be a part of it, for all the compiler knows
+    while (position < m_length && isDigit(m_text[position]))
+        position++;
+    return position > std::exchange(m_position, position);
 }
 
 bool TextLexer::parseNumber(bool& isFloating)

@@ -169,16 +169,10 @@ void Writer::writeBytes(std::string_view bytes)
     m_text += bytes;
 }
 
+/// Each function that gives a value gives an "Invalid" one behind a failure, but for arrays, and for a no-op.
 class Reader
 {
 public:
-    enum class Result
-    {
-        READ,
-        SKIPPED, ///< a no-op
-        FAILED
-    };
-
     explicit Reader(TString<char> const& input)
         : m_next(input.data()),
           m_end(input.data() + input.length()),
@@ -187,7 +181,9 @@ public:
     }
 
     /// `marker` is 0 if it is to be read.
-    Result decodeValue(Value& value, char marker, unsigned int depth);
+    Value decodeValue(char marker, unsigned int depth);
+
+    bool hasFailed() const { return m_hasFailed; }
 
     XCode& failure() { return m_failure; }
 
@@ -200,13 +196,13 @@ private:
         int count = 0;
     };
 
-    Result readContainer(Value& value, char marker, unsigned int depth);
-    Result readArray(Value& value, unsigned int depth);
-    Result readObject(Value& value, unsigned int depth);
-    Result readBinary(Value& value);
-    Result readHighPrecision(Value& value);
-    Result readString(Value& value);
-    Result readCharacter(Value& value);
+    Value readContainer(char marker, unsigned int depth);
+    Value readArray(unsigned int depth);
+    Value readObject(unsigned int depth);
+    Value readBinary();
+    Value readHighPrecision();
+    Value readString();
+    Value readCharacter();
     bool readHeader(Header& header, char const* container);
     bool hasNext(Header& header, char endMarker) const;
     bool readEnd(Header const& header, char endMarker, char const* container);
@@ -239,13 +235,12 @@ private:
     }
 
     template <class Bits, class Number>
-    Result readFloating(Value& value, char const* missing)
+    Value readFloating(char const* missing)
     {
         Bits bits;
         if (!readNumber(bits, missing))
-            return Result::FAILED;
-        value = static_cast<double>(std::bit_cast<Number>(bits));
-        return Result::READ;
+            return {};
+        return static_cast<double>(std::bit_cast<Number>(bits));
     }
 
     bool fail(String const& message)
@@ -253,22 +248,24 @@ private:
         XCode failure(XCODE_FAILURE);
         failure.setString(message);
         m_failure = std::move(failure);
+        m_hasFailed = true;
         return false;
     }
 
-    Result failed(String const& message)
+    Value failed(String const& message)
     {
         fail(message);
-        return Result::FAILED;
+        return {};
     }
 
     char const* m_next;
     char const* const m_end;
     long long m_bareElementsLeft;
     XCode m_failure;
+    bool m_hasFailed = false;
 };
 
-Reader::Result Reader::decodeValue(Value& value, char marker, unsigned int depth)
+Value Reader::decodeValue(char marker, unsigned int depth)
 {
     if (marker == '\0')
     {
@@ -279,27 +276,25 @@ Reader::Result Reader::decodeValue(Value& value, char marker, unsigned int depth
     switch (marker)
     {
     case 'Z':
-        value = nullptr;
-        return Result::READ;
+        return nullptr;
     case 'N':
-        return Result::SKIPPED;
+        return {};
     case 'T':
     case 'F':
-        value = marker == 'T';
-        return Result::READ;
+        return marker == 'T';
     case 'd':
-        return readFloating<uint32_t, float>(value, "Expecting Float");
+        return readFloating<uint32_t, float>("Expecting Float");
     case 'D':
-        return readFloating<uint64_t, double>(value, "Expecting Double");
+        return readFloating<uint64_t, double>("Expecting Double");
     case 'H':
-        return readHighPrecision(value);
+        return readHighPrecision();
     case 'C':
-        return readCharacter(value);
+        return readCharacter();
     case 'S':
-        return readString(value);
+        return readString();
     case '[':
     case '{':
-        return readContainer(value, marker, depth);
+        return readContainer(marker, depth);
     default:
         break;
     }
@@ -307,63 +302,62 @@ Reader::Result Reader::decodeValue(Value& value, char marker, unsigned int depth
         return failed(unsupportedMarker("value", marker));
     long long number;
     if (!readInteger(marker, number))
-        return Result::FAILED;
-    value = number;
-    return Result::READ;
+        return {};
+    return number;
 }
 
-Reader::Result Reader::readContainer(Value& value, char marker, unsigned int depth)
+Value Reader::readContainer(char marker, unsigned int depth)
 {
     if (marker == '[' && consume("$U#"))
-        return readBinary(value);
+        return readBinary();
     if (depth < MAX_DEPTH)
-        return marker == '[' ? readArray(value, depth + 1) : readObject(value, depth + 1);
-    m_failure = Detail::tooDeep();
-    return Result::FAILED;
+        return marker == '[' ? readArray(depth + 1) : readObject(depth + 1);
+    return failed(Detail::tooDeep().toString());
 }
 
-Reader::Result Reader::readArray(Value& value, unsigned int depth)
+/// Behind a failure the array holds the elements up to there.
+Value Reader::readArray(unsigned int depth)
 {
-    value = array();
+    Value array;
+    array.copyOnWrite(Type::ARRAY);
     Header header;
-    if (!readHeader(header, "array"))
-        return Result::FAILED;
-    if (header.type == 'N')
-        return Result::READ;
+    if (!readHeader(header, "array") || header.type == 'N')
+        return array;
     if (hasNoPayload(header.type) && (m_bareElementsLeft -= header.count) < 0)
-        return failed("Expecting array size after marker: '#': Length violation");
+    {
+        fail("Expecting array size after marker: '#': Length violation");
+        return array;
+    }
     while (hasNext(header, ']'))
     {
-        Value element;
-        Result const result = decodeValue(element, header.type, depth);
-        if (result == Result::FAILED)
-            return result;
-        if (result == Result::READ)
-            value.add(std::move(element));
+        Value element = decodeValue(header.type, depth);
+        if (m_hasFailed)
+            return array;
+        if (!element.isInvalid())
+            array.add(std::move(element));
     }
-    return readEnd(header, ']', "array") ? Result::READ : Result::FAILED;
+    readEnd(header, ']', "array");
+    return array;
 }
 
-Reader::Result Reader::readObject(Value& value, unsigned int depth)
+Value Reader::readObject(unsigned int depth)
 {
     Header header;
     if (!readHeader(header, "object"))
-        return Result::FAILED;
-    Value members = object();
-    while (hasNext(header, '}'))
+        return {};
+    Value object;
+    object.copyOnWrite(Type::OBJECT);
+    for (std::string_view key; hasNext(header, '}');)
     {
-        std::string_view key;
-        Value member;
-        Result const result = readBytes(key) ? decodeValue(member, header.type, depth) : Result::FAILED;
-        if (result == Result::FAILED)
-            return result;
-        if (result == Result::READ)
-            members.setMember(Detail::toString(key), std::move(member));
+        if (!readBytes(key))
+            return {};
+        Value member = decodeValue(header.type, depth);
+        if (m_hasFailed)
+            return {};
+        if (!member.isInvalid())
+            object.setMember(Detail::toString(key), std::move(member));
     }
-    if (!readEnd(header, '}', "object"))
-        return Result::FAILED;
-    value = std::move(members);
-    return Result::READ;
+    return readEnd(header, '}', "object") ? std::move(object) : Value();
 }
 
 bool Reader::readHeader(Header& header, char const* container)
@@ -405,46 +399,41 @@ bool Reader::readEnd(Header const& header, char endMarker, char const* container
     return true;
 }
 
-Reader::Result Reader::readBinary(Value& value)
+Value Reader::readBinary()
 {
     std::string_view bytes;
     if (!readBytes(bytes))
-        return Result::FAILED;
-    value = TString<char>(bytes.data(), static_cast<int>(bytes.size()));
-    return Result::READ;
+        return {};
+    return TString<char>(bytes.data(), static_cast<int>(bytes.size()));
 }
 
-Reader::Result Reader::readHighPrecision(Value& value)
+Value Reader::readHighPrecision()
 {
     std::string_view digits;
     if (!readBytes(digits))
-        return Result::FAILED;
+        return {};
     long long number;
     auto const [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
     if (error != std::errc() || end != digits.data() + digits.size())
         return failed("Invalid high-precision number");
-    value = number;
-    return Result::READ;
+    return number;
 }
 
-Reader::Result Reader::readString(Value& value)
+Value Reader::readString()
 {
     std::string_view text;
     if (!readBytes(text))
-        return Result::FAILED;
+        return {};
     if (text.starts_with(Detail::XCODE_PREFIX))
-        value = Detail::parseXCode(Detail::toString(text.substr(Detail::XCODE_PREFIX.size())));
-    else
-        value = Detail::toString(text);
-    return Result::READ;
+        return Detail::parseXCode(Detail::toString(text.substr(Detail::XCODE_PREFIX.size())));
+    return Detail::toString(text);
 }
 
-Reader::Result Reader::readCharacter(Value& value)
+Value Reader::readCharacter()
 {
     if (m_next == m_end)
         return failed("Expecting character");
-    value = String(*m_next++);
-    return Result::READ;
+    return String(*m_next++);
 }
 
 bool Reader::readInteger(char marker, long long& number)
@@ -472,6 +461,12 @@ bool Reader::readInteger(char marker, long long& number)
 
 bool Reader::readLength(int& length)
 {
+    if (bytesLeft() >= 2 && *m_next == 'i' && static_cast<signed char>(m_next[1]) >= 0)
+    {
+        length = m_next[1]; // as nearly all are
+        m_next += 2;
+        return true;
+    }
     long long number = 0;
     bool isRead = false;
     if (m_next == m_end)
@@ -528,19 +523,11 @@ XCode UBJSON::encodeObject(TString<char>& out, Value const& value)
 XCode UBJSON::decode(Value& value, TString<char> const& input)
 {
     Reader reader(input);
-    Value result; // the input may be part of `value`
-    switch (reader.decodeValue(result, '\0', 0))
-    {
-    case Reader::Result::READ:
+    Value result = reader.decodeValue('\0', 0); // not into `value`: the input may be part of it
+    bool const isNoOp = result.isInvalid() && !reader.hasFailed();
+    if (!result.isInvalid())
         value = std::move(result);
-        return XCODE_SUCCESS;
-    case Reader::Result::SKIPPED:
-        return NO_OP;
-    default:
-        if (result.isArray())
-            value = std::move(result);
-        return std::move(reader.failure());
-    }
+    return isNoOp ? XCode(NO_OP) : std::move(reader.failure());
 }
 
 TString<char> Value::toUbjson() const

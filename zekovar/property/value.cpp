@@ -136,16 +136,6 @@ void Value::copyFrom(Value const& other)
     setType(other.getType());
 }
 
-// For a value that is "Invalid". A pending child that is "Invalid" itself stays what it is.
-void Value::takeContent(Value& other) noexcept
-{
-    if (other.isInvalid())
-        return;
-    m_payload = std::exchange(other.m_payload, Payload{});
-    setType(other.getType());
-    other.setType(Type::INVALID);
-}
-
 // For a value without pending children.
 void Value::takeWaiting(Value& other) noexcept
 {
@@ -307,13 +297,7 @@ Value Value::toObject() const
     return result;
 }
 
-Value::Store& Value::writableStore(Type type)
-{
-    copyOnWrite(type);
-    return *m_payload.store;
-}
-
-// As above for a subscript. In `v["key"] = v[0]` the element is found before the array turns into an object, and read
+// As `writableStore`, for a subscript. In `v["key"] = v[0]` the element is found before the array turns into an object, and read
 // afterwards, so the array is kept until then.
 Value::Store& Value::subscriptStore(Type type)
 {

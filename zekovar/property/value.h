@@ -80,7 +80,8 @@ public:
     Value(Value&& other) noexcept : Value()
     {
         takeContent(other);
-        takeWaiting(other);
+        if (other.waiting() != nullptr)
+            takeWaiting(other);
     }
 
     /// "Null".
@@ -487,7 +488,17 @@ private:
     void destroy() noexcept;
     bool share(Value const& other);
     void copyFrom(Value const& other);
-    void takeContent(Value& other) noexcept;
+
+    // For a value that is "Invalid". A pending child that is "Invalid" itself stays what it is.
+    void takeContent(Value& other) noexcept
+    {
+        if (other.isInvalid())
+            return;
+        m_payload = std::exchange(other.m_payload, Payload{});
+        setType(other.getType());
+        other.setType(Type::INVALID);
+    }
+
     void takeWaiting(Value& other) noexcept;
     void assign(Value& taken);
     void notifyValueInitialized(Waiting* waiting);
