@@ -79,13 +79,15 @@ TEST(InfoContainer, TablesHaveAtMost32Columns)
 
 TEST(InfoContainer, PropertyValueNestsByLevel)
 {
-    // the second "A" is a new object, and the "B" of the first one no place any more
-    InfoContainer const report = reportOf("0 A=x|1 B|2 gone|0 leaf=1|0 leaf=2|0 A=x|2 lost=1|1 e=3|1 none");
+    // the second "A" is a new object, and the "B" of the first one no place any more; "D" still is one below "C"
+    InfoContainer const report =
+        reportOf("0 A=x|1 B|2 gone|0 leaf=1|0 A=x|2 lost=1|1 e=3|1 none|1 D|2 d=4|0 C|2 late=5|0 leaf=2");
     testing::internal::CaptureStdout();
     Value const value = report.toPropertyValue();
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "*** Add header: 0: A: x\n*** Add header: 1: B\n*** Add header: 0: A: x\n");
-    EXPECT_EQ(value.toString(), "{A: x:{e:3,none:true},leaf:2}");
+              "*** Add header: 0: A: x\n*** Add header: 1: B\n*** Add header: 0: A: x\n"
+              "*** Add header: 1: D\n*** Add header: 0: C\n");
+    EXPECT_EQ(value.toString(), "{A: x:{e:3,none:true,D:{d:4,late:5}},leaf:2,C:{}}");
     EXPECT_TRUE(value["A: x"]["none"].isNull() && value["leaf"].asString() != nullptr);
 }
 

@@ -1,5 +1,6 @@
 #include "zekovar/property/info.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace
@@ -20,27 +21,33 @@ ZK::Property::Value InfoContainer::toPropertyValue() const
     using ZK::Property::Value;
 
     Value root = ZK::Property::object();
-    Value* objects[MAX_LEVELS] = {&root};
-    unsigned int levels = 1; // that have an object; those below a line that was added belong to an earlier one
+    Value* objects[MAX_LEVELS] = {&root}; // the latest of each level
+    unsigned int levels = 1;              // that have one
     for (InfoLine const* line = begin(); line != end(); ++line)
     {
-        if (line->level >= levels)
+        unsigned int const level = line->level;
+        if (level >= levels)
             continue;
-        levels = line->level + 1;
-        Value& parent = *objects[line->level];
-        if (line + 1 == end() || line[1].level <= line->level)
+        bool const isHeader = line + 1 != end() && line[1].level > level;
+        String name = line->key;
+        if (isHeader && !line->value.isEmpty())
+            name.concat(": ", 2).concat(line->value);
+        Value& parent = *objects[level];
+        if (parent.contains(name))
+            levels = level + 1; // what is replaced may hold the objects of the deeper levels
+        if (!isHeader)
         {
-            parent.setMember(line->key, line->value.isEmpty() ? Value(nullptr) : Value(line->value));
+            parent.setMember(name, line->value.isEmpty() ? Value(nullptr) : Value(line->value));
             continue;
         }
-        String name = line->key;
-        if (!line->value.isEmpty())
-            name.concat(": ", 2).concat(line->value);
-        std::printf("*** Add header: %u: %s\n", line->level, name.c_str());
+        std::printf("*** Add header: %u: %s\n", level, name.c_str());
         Value& header = parent[name];
         header = ZK::Property::object();
-        if (levels < MAX_LEVELS)
-            objects[levels++] = &header;
+        if (level + 1 < MAX_LEVELS)
+        {
+            objects[level + 1] = &header;
+            levels = std::max(levels, level + 2);
+        }
     }
     return root;
 }

@@ -56,7 +56,8 @@ public:
 
     /// An "Object" of the lines: one with deeper lines below it becomes an "Object" named "key: value", or "key"
     /// without a value, another one a "String", or "Null" without a value. The last of several with one name counts.
-    /// Lines that skip a level and those of level 64 and deeper are left out.
+    /// A line belongs to the latest object of the level above its own and is left out if there is none, as it is from
+    /// level 64 on.
     ///
     /// Writes "*** Add header: %d: %s\n" to standard output for each inner object.
     ZK::Property::Value toPropertyValue() const;

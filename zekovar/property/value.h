@@ -415,7 +415,7 @@ public:
 
     /// Adds this value to a report as lines: a primitive as `key` and text, an array as its elements with the keys
     /// "key[0]" and on, an object as a line with `key` and its members at `level` + 1. Lines past `maxLevel` or
-    /// `maxDetail` are left out.
+    /// `maxDetail`, and what is nested deeper than `MAX_DEPTH`, are left out.
     void getInfo(InfoContainer& container, unsigned int maxLevel, unsigned int level, unsigned int maxDetail,
                  unsigned int detail, String const& key) const;
 
