@@ -68,12 +68,12 @@ TEST(PropertyValue, ConvertsByTheTable)
         {"Boolean", true, true, 1, 1.0, 0, "true"},
         {"Boolean", false, false, 0, 0.0, FAILURE, "false"},
         {"Integer", 0, false, 0, 0.0, 0, "0"},
-        {"Integer", BIG, true, BIG, 5e9, 705032704, "5000000000"},
+        {"Integer", BIG, true, BIG, 5e9, FAILURE, "5000000000"},
         {"Integer", -1, true, -1, -1.0, FAILURE, "-1"},
         {"Floating", 0.0, false, 0, 0.0, 0, "0"},
         {"Floating", 2.5, true, 2, 2.5, 2, "2.5"},
         {"Floating", 1e300, true, LLONG_MAX, 1e300, FAILURE, "1e+300"},
-        {"Floating", -1e300, true, LLONG_MIN, -1e300, 0, "-1e+300"},
+        {"Floating", -1e300, true, LLONG_MIN, -1e300, FAILURE, "-1e+300"},
         {"XCode", coded, false, XCODE_ERRNO + 2, 285212674.0, XCODE_ERRNO + 2, "oops"},
         {"XCode", XCODE_SUCCESS, true, 0, 0.0, 0, ""},
         {"String", "", false, 7, 0.0, 0, ""},
@@ -164,9 +164,15 @@ TEST(PropertyValue, BecomesTheContainerThatIsNeeded)
     EXPECT_TRUE(Value(array()).shift().isInvalid());
     value.clear();
     EXPECT_EQ(value.toString(), "[]");
-    Value text = "x";
-    text.clear();
-    EXPECT_EQ(text, Value(""));
+    for (Value filled : {Value("x"), Value(5), Value(1.5), Value(true), Value(XCODE_FAILURE), Value(bytesOf("x"))})
+    {
+        Type const type = filled.getType();
+        Value const copy = filled;
+        filled.clear();
+        EXPECT_EQ(listed(filled.toBoolOr(false), filled.toFloatOr(9)), type == Type::XCODE ? "true|0" : "false|0");
+        EXPECT_EQ(filled.getType(), type);
+        EXPECT_NE(copy, filled);
+    }
     EXPECT_EQ(Value(std::initializer_list<Value>{{"a", 1}, {1, 2}}).toString(), "[[a,1],[1,2]]");
 }
 

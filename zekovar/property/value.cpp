@@ -227,12 +227,15 @@ unsigned int Value::size() const
 
 void Value::clear()
 {
-    if (!hasStore())
-        m_payload = isInvalid() ? m_payload : Payload{.integer = 0};
-    else if (m_payload.store->isShared())
-        std::exchange(m_payload.store, new Store(getType()))->release();
-    else
+    if (isInvalid())
+        return;
+    if (hasStore() && !m_payload.store->isShared())
+    {
         m_payload.store->clear();
+        return;
+    }
+    Value empty = EMPTY(getType());
+    assign(empty);
 }
 
 bool Value::copyOnWrite()
@@ -266,11 +269,21 @@ Value Value::changeType(Type target)
 
 Value Value::EMPTY(Type type)
 {
-    if (type >= Type::XCODE)
+    switch (type)
+    {
+    case Type::INVALID:
+        return Value();
+    case Type::NULL_VALUE:
+        return nullptr;
+    case Type::BOOLEAN:
+        return false;
+    case Type::INTEGER:
+        return 0;
+    case Type::FLOATING:
+        return 0.0;
+    default:
         return Value(new Store(type));
-    Value empty;
-    empty.setType(type);
-    return empty;
+    }
 }
 
 // The value as the only element; of an object the values of its members.

@@ -201,7 +201,8 @@ public:
 
     double toFloatOr(double fallback) const;
 
-    /// A text that isn't empty gives the general failure with the text as its message.
+    /// A text that isn't empty gives the general failure with the text as its message, a number that no code has the
+    /// general failure alone.
     XCode toXCodeOr(XCode const& fallback) const;
 
     /// Containers as "[a,b]" and "{k:v,l:w}", without any quotes.

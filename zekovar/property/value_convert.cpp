@@ -54,6 +54,12 @@ String textOf(Value const& root)
     return text;
 }
 
+// A number that no code can have is a failure, and doesn't become a success by losing its upper bits.
+XCode codeOfNumber(long long number)
+{
+    return number >= 0 && number <= XCODE_FAILURE ? XCode(static_cast<unsigned int>(number)) : XCode(XCODE_FAILURE);
+}
+
 XCode codeOfText(String const& text)
 {
     XCode code;
@@ -215,7 +221,7 @@ XCode Value::toXCodeOr(XCode const& fallback) const
         return fallback;
     case Type::INTEGER:
     case Type::FLOATING:
-        return XCode(static_cast<unsigned int>(toInt64Or(0)));
+        return codeOfNumber(toInt64Or(0));
     case Type::XCODE:
         return *asXCode();
     case Type::STRING:
