@@ -241,6 +241,8 @@ TEST(Template, DeepAndLongTextsEndInTime)
     ASSERT_TRUE(page.parse(nested("{{#yes}}\n{{/yes}}\n", 100000, "{{")).isErr());
     ASSERT_TRUE(page.parse(nested("{{#yes}}\n{{/yes}}\n", 100000, "")));
     EXPECT_EQ(page.render(sample()), "x");
+    ASSERT_TRUE(page.parse(String("{{bold").concat(String::repeat(" 1", 200000)).concat("}}")));
+    EXPECT_EQ(page.render(sample()), "\033[1m1\033[0m");
 
     // 2 to the power of 60 passes: it stops, with what it has
     ASSERT_TRUE(page.parse(nested("{{#each items}}", 60, "{{/each}}")));
@@ -249,11 +251,19 @@ TEST(Template, DeepAndLongTextsEndInTime)
     EXPECT_LT(length, static_cast<int>(Context::MAX_WORK));
 }
 
-TEST(Template, AutoBoundsDepthAndCells)
+TEST(Template, AutoBoundsDepthAndEmptyCells)
 {
     EXPECT_NE(rendered("{{auto this}}", deep(MAX_DEPTH)).indexOf("<td>x</td>"), -1);
     for (unsigned depth : {MAX_DEPTH + 1, 100 * MAX_DEPTH})
         EXPECT_EQ(rendered("{{auto this}}", deep(depth)).indexOf("x"), -1) << depth;
     EXPECT_GT(rendered("{{auto this}}", diagonal(512)).length(), 512 * 512 * 9);
     EXPECT_EQ(rendered("{{auto this}}", diagonal(513)), "");
+    Value row;
+    for (unsigned i = 0; i < 513; i++)
+        row.setMember(String::stringOf(i), true);
+    Value full;
+    full[512] = row;
+    for (unsigned i = 0; i < 512; i++)
+        full[i] = row;
+    EXPECT_GT(rendered("{{auto this}}", full).length(), 513 * 513 * 9) << "no cell is empty";
 }

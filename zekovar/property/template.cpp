@@ -40,6 +40,7 @@ String const& nameOf(Token const& token)
 ZKVector<ArgToken> argumentsBehindName(Token const& token)
 {
     ZKVector<ArgToken> arguments;
+    arguments.enlarge(token.arguments.size());
     for (unsigned int i = 1; i < token.arguments.size(); i++)
         arguments.add(token.arguments[i]);
     return arguments;

@@ -29,7 +29,7 @@ namespace ZK::Property::Template
 ///
 /// Arguments are names, texts and numbers as in JSON, `true`, `false` and `null`. "." and "/" are characters of a name,
 /// not a path. Nothing but `auto` escapes. A section's tags that stand alone on their lines take their lines with them.
-/// Nothing of a template stands behind the `else` outside of all sections.
+/// What stands behind an `else` outside of all sections isn't rendered.
 ///
 /// A start tag with "#" and one with "^" don't mix well: a section has the polarity of the start tag that was read last
 /// in front of its end tag, which is that of the last section inside it, if there is one.

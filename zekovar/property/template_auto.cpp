@@ -17,7 +17,7 @@ namespace
 struct Usage
 {
     unsigned int depth = 0;
-    unsigned int cells = 0;
+    unsigned int emptyCells = 0;
     bool isCut = false;
 };
 
@@ -44,14 +44,13 @@ public:
 
     bool isTooDeep() const { return cutIf(t_usage.depth > MAX_DEPTH + 1); }
 
-    static bool takeCells(unsigned int rows, unsigned int columns)
+    static bool takeEmptyCells(uint64_t count)
     {
         if (t_usage.depth == 0) // a program calls for a table on its own
-            t_usage.cells = 0;
-        uint64_t const cells = static_cast<uint64_t>(rows) * columns;
-        if (cutIf(cells > SimpleAuto::MAX_CELLS - t_usage.cells))
+            t_usage.emptyCells = 0;
+        if (cutIf(count > SimpleAuto::MAX_EMPTY_CELLS - t_usage.emptyCells))
             return false;
-        t_usage.cells += static_cast<unsigned int>(cells);
+        t_usage.emptyCells += static_cast<unsigned int>(count);
         return true;
     }
 
@@ -87,6 +86,15 @@ Value columnsOf(Value const& array)
         }
     }
     return columns;
+}
+
+/// How many cells of the array's table no member fills.
+uint64_t countEmptyCells(Value const& array, unsigned int columns)
+{
+    uint64_t count = static_cast<uint64_t>(array.size()) * columns;
+    for (unsigned int i = 0, size = array.size(); i < size; i++)
+        count -= array[i].isObject() ? array[i].size() : 0;
+    return count;
 }
 }
 
@@ -132,7 +140,7 @@ String SimpleAuto::renderArrayAsList(Value const&)
 String SimpleAuto::renderArrayAsTable(Value const& value)
 {
     Value const columns = columnsOf(value);
-    if (!Level::takeCells(value.size(), columns.size()))
+    if (!Level::takeEmptyCells(countEmptyCells(value, columns.size())))
         return String();
     String text("<table>\n<tr>\n");
     for (unsigned int i = 0; Value::Member const* const column = columns.memberAt(i); i++)

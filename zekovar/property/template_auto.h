@@ -9,12 +9,13 @@ namespace ZK::Property::Template
 /// An array with objects in it becomes a table with a row for each element and a column for each key, another array
 /// nothing. An object becomes headings, if it has containers in it, else a table with a row for each member.
 ///
-/// Values more than `MAX_DEPTH` deep in the rendered one, and a table that would take all tables of the rendering past
-/// `MAX_CELLS`, are left out, with a warning to the system monitor: of n objects with n keys the table has n * n cells.
+/// Values more than `MAX_DEPTH` deep in the rendered one, and a table whose empty cells would take all tables of the
+/// rendering past `MAX_EMPTY_CELLS`, are left out, with a warning to the system monitor: a table of n objects without a
+/// key in common has n * (n - 1) of them, while the filled ones are never more than the value has members.
 class SimpleAuto : public Node
 {
 public:
-    static constexpr unsigned int MAX_CELLS = 1u << 18;
+    static constexpr unsigned int MAX_EMPTY_CELLS = 1u << 18;
 
     using Node::render;
     String render(Context& context, ZKVector<Value> const& arguments) override;

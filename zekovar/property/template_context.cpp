@@ -7,6 +7,8 @@ using ZK::Property::Template::Context;
 
 Value const& Context::lookup(ArgToken const& argument)
 {
+    if (!spend(STEP))
+        return invalid();
     if (argument.kind == ArgToken::LITERAL)
         return argument.value;
     String const* const name = argument.value.asString();

@@ -12,8 +12,8 @@ namespace ZK::Property::Template
 class Context
 {
 public:
-    /// What one rendering may spend. A node, a pass through a section and a value that is asked for a name count 32,
-    /// each byte that is put into a text counts 1.
+    /// What one rendering may spend. A node, an argument, a pass through a section and a value that is asked for a
+    /// name count `STEP`, each byte that is put into a text counts 1.
     static constexpr unsigned int MAX_WORK = 1u << 28;
     static constexpr unsigned int STEP = 32;
 
