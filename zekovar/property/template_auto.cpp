@@ -18,6 +18,7 @@ struct Usage
 {
     unsigned int depth = 0;
     unsigned int emptyCells = 0;
+    unsigned int values = 0; ///< that were read, also those that gave no text
     bool isCut = false;
 };
 
@@ -27,10 +28,11 @@ constinit thread_local Usage t_usage;
 class Level
 {
 public:
-    Level()
+    explicit Level(Value const& value)
     {
         if (t_usage.depth++ == 0)
             t_usage = {.depth = 1};
+        t_usage.values += value.size();
     }
 
     Level(Level const&) = delete;
@@ -100,14 +102,17 @@ uint64_t countEmptyCells(Value const& array, unsigned int columns)
 
 String SimpleAuto::render(Context& context, ZKVector<Value> const& arguments)
 {
-    if (arguments.isEmpty() || !context.spend(arguments[0].size())) // a long array may be read and give no text
+    if (arguments.isEmpty())
         return String();
-    return render(arguments[0]);
+    t_usage.values = 0; // an operation that a program overrides may leave it alone
+    String text = render(arguments[0]);
+    context.spend(t_usage.values);
+    return text;
 }
 
 String SimpleAuto::render(Value const& value)
 {
-    Level const level;
+    Level const level(value);
     if (level.isTooDeep())
         return String();
     switch (value.getType())

@@ -13,7 +13,7 @@ class Context
 {
 public:
     /// What one rendering may spend. A node, an argument, a pass through a section and a value that is asked for a
-    /// name count `STEP`, each byte that is put into a text counts 1.
+    /// name count `STEP`, each byte that is put into a text and each value that `auto` reads counts 1.
     static constexpr unsigned int MAX_WORK = 1u << 28;
     static constexpr unsigned int STEP = 32;
 
