@@ -76,6 +76,8 @@ TEST(Ubjson, ReadsEveryFormAndTellsWhatIsWrong)
         {"SU\x09XCODE:7:x"sv, "\"XCODE:7:x\"", ""},
         {"C\x00"sv, "\"\"", ""},
         {"Hi\00212"sv, "12", ""},
+        {"Hi\0040x1F"sv, "31", ""},
+        {"Hi\024-9999999999999999999"sv, "-9223372036854775808", ""},
         {"Hi\0031.5"sv, "", "Invalid high-precision number"},
         {"", "", "Expecting value marker"},
         {"I\x01"sv, "", "Expecting Int16"},

@@ -224,7 +224,7 @@ void TextLexer::skipPlainText(char mark)
 String TextLexer::textOfToken() const
 {
     String text(m_text, m_tokenEnd, m_tokenStart, m_tokenEnd - m_tokenStart);
-    if (!m_hasEscapes)
+    if (!m_hasEscapes || text.isEmpty()) // also empty if memory is out
         return text;
     char* out = text.data();
     for (int i = m_tokenStart; i < m_tokenEnd; ++i)

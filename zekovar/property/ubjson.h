@@ -23,8 +23,9 @@ public:
     /// As above for an "Object"; another type is a failure.
     static XCode encodeObject(TString<char>& out, Value const& value);
 
-    /// Reads the first value of the input and ignores what follows. Containers may be of any optimised form. The input
-    /// may be part of `value`.
+    /// Reads the first value of the input and ignores what follows. Containers may be of any optimised form. A
+    /// high-precision number must be an integer; one that is too large becomes the nearest one. The input may be part
+    /// of `value`.
     ///
     /// A failure with a message on all else, on what is nested deeper than `MAX_DEPTH`, and on more elements than
     /// `MAX_BARE_ELEMENTS` allows; a no-op at the start is one without a message. `value` is unchanged then, but

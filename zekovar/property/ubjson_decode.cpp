@@ -3,8 +3,8 @@
 #include "zekovar/property/text_form.h"
 
 #include <bit>
-#include <charconv>
 #include <cstdint>
+#include <cstdlib>
 #include <utility>
 
 namespace ZK::Property
@@ -26,12 +26,39 @@ bool hasNoPayload(char marker)
     return marker == 'Z' || marker == 'T' || marker == 'F';
 }
 
-String unsupportedMarker(char const* what, char marker)
+/// `format` has a "%c" for the marker, if it can be shown, and a "%X" for its byte.
+String unsupportedMarker(char const* format, char marker)
 {
     auto const byte = static_cast<unsigned char>(marker);
     bool const isPrintable = byte >= ' ' && byte <= '~'; // in every locale
-    return String(String::Formatted(), "Unsupported %s marker: '%c' (%#02X)", what, isPrintable ? byte : '.', byte);
+    return String(String::Formatted(), format, isPrintable ? byte : '.', byte);
 }
+
+/// In what arrays and objects differ around their elements.
+struct Container
+{
+    char endMarker;
+    char const* typeMissing;
+    char const* sizeInvalid;
+    char const* sizeMissing;
+    char const* endMissing;
+};
+
+constexpr Container ARRAY = {
+    ']',
+    "Expecting array marker after marker: '$'",
+    "Expecting array size after marker: '#'",
+    "Expecting array size after array marker; missing marker '$'",
+    "Expecting array end marker: ']'",
+};
+
+constexpr Container OBJECT = {
+    '}',
+    "Expecting object marker after marker: '$'",
+    "Expecting object size after marker: '#'",
+    "Expecting object size after object marker; missing marker '$'",
+    "Expecting object end marker: '}'",
+};
 
 /// Each function that gives a value gives an "Invalid" one behind a failure, but for arrays, and for a no-op.
 class Reader
@@ -67,9 +94,9 @@ private:
     Value readHighPrecision();
     Value readString();
     Value readCharacter();
-    bool readHeader(Header& header, char const* container);
-    bool hasNext(Header& header, char endMarker) const;
-    bool readEnd(Header const& header, char endMarker, char const* container);
+    bool readHeader(Header& header, Container const& container);
+    bool hasNext(Header& header, Container const& container) const;
+    bool readEnd(Header const& header, Container const& container);
     bool readInteger(char marker, long long& number);
     bool readLength(int& length);
     bool readBytes(std::string_view& bytes);
@@ -163,7 +190,7 @@ Value Reader::decodeValue(char marker, unsigned int depth)
         break;
     }
     if (!isIntegerMarker(marker))
-        return failed(unsupportedMarker("value", marker));
+        return failed(unsupportedMarker("Unsupported value marker: '%c' (%#02X)", marker));
     long long number;
     if (!readInteger(marker, number))
         return {};
@@ -185,14 +212,15 @@ Value Reader::readArray(unsigned int depth)
     Value array;
     array.copyOnWrite(Value::Type::ARRAY);
     Header header;
-    if (!readHeader(header, "array") || header.type == 'N')
+    if (!readHeader(header, ARRAY) || header.type == 'N')
         return array;
     if (hasNoPayload(header.type) && (m_bareElementsLeft -= header.count) < 0)
     {
-        fail("Expecting array size after marker: '#': Length violation");
+        fail("Length violation");
+        m_failure.extendString(ARRAY.sizeInvalid, ": ");
         return array;
     }
-    while (hasNext(header, ']'))
+    while (hasNext(header, ARRAY))
     {
         Value element = decodeValue(header.type, depth);
         if (m_hasFailed)
@@ -200,18 +228,18 @@ Value Reader::readArray(unsigned int depth)
         if (!element.isInvalid())
             array.add(std::move(element));
     }
-    readEnd(header, ']', "array");
+    readEnd(header, ARRAY);
     return array;
 }
 
 Value Reader::readObject(unsigned int depth)
 {
     Header header;
-    if (!readHeader(header, "object"))
+    if (!readHeader(header, OBJECT))
         return {};
     Value object;
     object.copyOnWrite(Value::Type::OBJECT);
-    for (std::string_view key; hasNext(header, '}');)
+    for (std::string_view key; hasNext(header, OBJECT);)
     {
         if (!readBytes(key))
             return {};
@@ -221,44 +249,43 @@ Value Reader::readObject(unsigned int depth)
         if (!member.isInvalid())
             object.setMember(Detail::toString(key), std::move(member));
     }
-    return readEnd(header, '}', "object") ? std::move(object) : Value();
+    return readEnd(header, OBJECT) ? std::move(object) : Value();
 }
 
-bool Reader::readHeader(Header& header, char const* container)
+bool Reader::readHeader(Header& header, Container const& container)
 {
     bool const hasType = consume("$");
     if (hasType)
     {
         if (m_next == m_end)
-            return fail(String(String::Formatted(), "Expecting %s marker after marker: '$'", container));
+            return fail(container.typeMissing);
         header.type = *m_next++;
     }
     header.hasCount = consume("#");
     if (header.hasCount && !readLength(header.count))
     {
-        m_failure.extendString(String(String::Formatted(), "Expecting %s size after marker: '#'", container), ": ");
+        m_failure.extendString(container.sizeInvalid, ": ");
         return false;
     }
     if (hasType && !header.hasCount)
-        return fail(
-            String(String::Formatted(), "Expecting %s size after %s marker; missing marker '$'", container, container));
+        return fail(container.sizeMissing);
     return true;
 }
 
 /// Whether an element or a member follows; counts it.
-bool Reader::hasNext(Header& header, char endMarker) const
+bool Reader::hasNext(Header& header, Container const& container) const
 {
     if (header.hasCount)
         return header.count-- > 0;
-    return m_next != m_end && *m_next != endMarker;
+    return m_next != m_end && *m_next != container.endMarker;
 }
 
-bool Reader::readEnd(Header const& header, char endMarker, char const* container)
+bool Reader::readEnd(Header const& header, Container const& container)
 {
     if (header.hasCount)
         return true;
     if (m_next == m_end)
-        return fail(String(String::Formatted(), "Expecting %s end marker: '%c'", container, endMarker));
+        return fail(container.endMissing);
     ++m_next;
     return true;
 }
@@ -271,14 +298,16 @@ Value Reader::readBinary()
     return TString<char>(bytes.data(), static_cast<int>(bytes.size()));
 }
 
+/// Takes what `String::toInt64` takes, but no more behind it: a fraction isn't dropped.
 Value Reader::readHighPrecision()
 {
-    std::string_view digits;
-    if (!readBytes(digits))
+    std::string_view bytes;
+    if (!readBytes(bytes))
         return {};
-    long long number;
-    auto const [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error != std::errc() || end != digits.data() + digits.size())
+    String const digits = Detail::toString(bytes);
+    char* end;
+    long long const number = std::strtoll(digits.c_str(), &end, bytes.starts_with("0x") ? 16 : 10);
+    if (bytes.empty() || end != digits.c_str() + bytes.size())
         return failed("Invalid high-precision number");
     return number;
 }
@@ -338,7 +367,7 @@ bool Reader::readLength(int& length)
     else if (char const marker = *m_next++; isIntegerMarker(marker))
         isRead = readInteger(marker, number);
     else
-        fail(unsupportedMarker("number", marker));
+        fail(unsupportedMarker("Unsupported number marker: '%c' (%#02X)", marker));
     if (!isRead)
     {
         m_failure.extendString("Expecting length", ": ");
