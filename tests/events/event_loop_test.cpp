@@ -315,6 +315,7 @@ TEST(EventLoop, WithoutDescriptorsStillHandlesEventsAndStops)
     {
         TestLoop().start();
     } // opens what the first loop of a process opens for all
+    meetPointerOfLines();
     rlimit old{};
     getrlimit(RLIMIT_NOFILE, &old);
     rlimit const none{0, old.rlim_max};

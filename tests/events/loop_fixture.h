@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/eventually.h"
+#include "zekovar/diagnostics/repository.h"
 #include "zekovar/events/event.h"
 #include "zekovar/events/event_loop.h"
 
@@ -12,6 +13,13 @@ constexpr int SLOWER = 10; // sanitizers and the emulated target take ten times 
 #else
 constexpr int SLOWER = 1;
 #endif
+
+/// To be called before descriptors run out: a sanitizer needs one when it meets a class for the first time, and the lines
+/// of failures are the first to meet a pointer to a monitor.
+inline void meetPointerOfLines()
+{
+    (void)RTD::REPOSITORY::GET_MONITOR(MON_SYSTEM);
+}
 
 /// A loop with ticks of 100 ms and 1 s.
 class TestLoop : public ZKEventLoop

@@ -1,6 +1,6 @@
 #include "zekovar/events/timeout_event.h"
 
-#include "tests/eventually.h"
+#include "tests/events/loop_fixture.h"
 #include "zekovar/events/event_loop.h"
 
 #include <atomic>
@@ -109,6 +109,7 @@ TEST_F(TimeoutEvent, FailsWithoutFallBackWhenPlacesOrDescriptorsRunOut)
 {
     // A sanitizer needs a descriptor when it meets a class for the first time, so that happens with a loop of its own.
     ZKEventLoop rehearsal("Rehearsal", 0, 10, 100, 1000, 0);
+    meetPointerOfLines();
     Timer const early(new _ZKTimeoutEvent(rehearsal, EventPrio::NORMAL, nullptr, nullptr));
     Timer timer = make();
     rlimit before;

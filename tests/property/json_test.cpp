@@ -103,7 +103,7 @@ TEST(Json, WritesLinesForReadersAndLeavesOutWhatIsInvalid)
     value = String("a\0b", 3, 0, 3);
     TString<char> bytes("x", 1);
     EXPECT_TRUE(value.toJson(bytes).isSuccess());
-    EXPECT_EQ(String(bytes.data(), 0, bytes.length()), "x\"a\"");
+    EXPECT_EQ(String(bytes.data(), bytes.length(), 0, bytes.length()), "x\"a\"");
 }
 
 TEST(Json, BringsBackGeneratedValues)

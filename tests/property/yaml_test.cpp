@@ -30,5 +30,5 @@ TEST(Yaml, WritesBlocksListsAndBareTexts)
     EXPECT_EQ(inner.toYaml(3, 4), "- a: 1\n     c: 2");
     TString<char> out("x", 1);
     EXPECT_TRUE(YAML::encode(out, Value{1, 2}).isSuccess());
-    EXPECT_EQ(String(out.data(), 0, out.length()), "x- 1\n- 2");
+    EXPECT_EQ(String(out.data(), out.length(), 0, out.length()), "x- 1\n- 2");
 }

@@ -114,8 +114,11 @@ double Value::STRING_TO_FLOAT(String const& text, double fallback)
 
 String Value::BINARY_TO_STRING(TString<char> const& bytes)
 {
-    auto const size = static_cast<std::size_t>(bytes.length());
-    return size > 0 ? String(bytes.data(), 0, static_cast<int>(strnlen(bytes.data(), size))) : String();
+    int const size = bytes.length();
+    if (size == 0)
+        return String();
+    // no zero byte needs to follow them
+    return String(bytes.data(), size, 0, static_cast<int>(strnlen(bytes.data(), static_cast<std::size_t>(size))));
 }
 
 bool Value::BINARY_TO_BOOL(TString<char> const& bytes)
