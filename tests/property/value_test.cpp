@@ -148,7 +148,7 @@ TEST(PropertyValue, BecomesTheContainerThatIsNeeded)
     Value value = 5;
     value.add(6);
     EXPECT_EQ(value.toString(), "[5,6]");
-    value["k"] = value[0];
+    value["k"] = std::as_const(value)[0];
     EXPECT_EQ(value.toString(), "{5:5,6:6,k:5}") << "the element is read after the array has become an object";
     value[4] = true;
     EXPECT_EQ(value.toString(), "[5,6,5,true,true]") << "the gap is null, which reads as true";

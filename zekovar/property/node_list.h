@@ -12,8 +12,8 @@ namespace ZK::Property::Detail
 {
 /// Owns nodes that stay where they are while the list changes: the elements of an array, the members of an object.
 ///
-/// It is two words, as there are many of them in a document, and grows by half of its size, as long as it is small by all of it. It doesn't destroy its
-/// nodes: they may be nested without limit, so their owner takes them out one by one and decides how.
+/// It is small, as there are many of them in a document, and grows by half of its size, at first by all of it. It
+/// doesn't destroy its nodes: they may be nested without limit, so their owner takes them out one by one and decides how.
 template <class T>
 class NodeList
 {

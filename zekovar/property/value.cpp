@@ -310,14 +310,14 @@ Value Value::toObject() const
     return result;
 }
 
-// As `writableStore`, for a subscript. In `v["key"] = v[0]` the element is found before the array turns into an object, and read
-// afterwards, so the array is kept until then.
+// As `writableStore`, for a subscript. In `v["key"] = v[0]` the element is found before the array turns into an object,
+// and read afterwards, so the array is kept until then.
 Value::Store& Value::subscriptStore(Type type)
 {
     if (getType() == type)
         return writableStore(type);
     Value old = changeType(type);
-    if (old.hasStore() && old.m_payload.store->isHandedOut())
+    if (old.getType() >= Type::ARRAY)
         makeWaiting().retire(std::move(old));
     return *m_payload.store;
 }

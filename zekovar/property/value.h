@@ -33,14 +33,16 @@ inline constexpr unsigned int MAX_ARRAY_GAP = 1u << 20;
 /// a copy duplicates these levels at once. `add`, `setMember`, `setByPath` and the decoders hand nothing out.
 ///
 /// A subscript on a value that isn't const, with a key or an index that doesn't exist yet, hands out a *pending* child.
-/// It joins its parent with its first assignment. Its reference is good from then on like that of any element; before,
-/// until the parent goes or 16 further pending children of it were handed out.
+/// It joins its parent when it first gets a type: by an assignment, or as an empty container by a subscript of its own.
+/// So reading `v["a"]` adds no member, but reading `v["a"]["b"]` adds an empty "a"; read through a const reference. Its
+/// reference is good from then on like that of any element; before, until the parent goes or 16 further pending children
+/// of it were handed out.
 ///
 /// References to elements and members are good until these are removed or replaced, or until the value is assigned to or
 /// changes its type. A value may be assigned to, or added to, a part of itself, but not moved there.
 /// Nothing fails: what has the wrong type reads as the default or as `invalid()`. No lock: one value belongs to one
-/// thread at a time; its copies may go to other threads. Values may be nested to any depth: all but `diff`, which recurses as
-/// deep as both sides are nested, does without recursion.
+/// thread at a time; its copies may go to other threads. Values may be nested to any depth: all but `diff`, which
+/// recurses as deep as both sides are nested, does without recursion.
 ///
 ///     Value config;
 ///     config["port"]["speed"] = 1000;

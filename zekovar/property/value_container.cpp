@@ -1,5 +1,7 @@
 #include "zekovar/property/store.h"
 
+#include <algorithm>
+
 namespace ZK::Property
 {
 // Appends "Null" up to `size` elements; false if the gap is too wide.
@@ -42,9 +44,8 @@ void Value::setMember(String&& key, Value&& value)
 
 void Value::reserve(unsigned int count)
 {
-    copyOnWrite();
-    if (hasStore())
-        m_payload.store->reserve(count);
+    if (getType() >= Type::ARRAY)
+        writableStore(getType()).reserve(count);
 }
 
 void Value::remove(unsigned int index)
@@ -108,6 +109,7 @@ void Value::mergeSoFar(Value const& other, bool overwrite, std::vector<Merging>&
         return;
     }
     Store& store = writableStore(Type::OBJECT);
+    auto const first = static_cast<std::ptrdiff_t>(pending.size());
     for (unsigned int i = 0; i < other.size(); i++)
     {
         Member const& member = *other.memberAt(i);
@@ -116,6 +118,8 @@ void Value::mergeSoFar(Value const& other, bool overwrite, std::vector<Merging>&
         else
             store.addMember(std::unique_ptr<Member>(new Member(member)));
     }
+    // taken from the end, so that several members of one key are merged in their order
+    std::reverse(pending.begin() + first, pending.end());
 }
 
 bool Value::diff(Value const& other, Value& result) const
