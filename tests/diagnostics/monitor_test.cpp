@@ -208,11 +208,13 @@ TEST_F(MonitorTest, ContainerSortsByPriorityWithTheNewestFirst)
 {
     String order;
     Recorder a([&] { order += 'a'; }), b([&] { order += 'b'; }), c([&] { order += 'c'; });
-    Monitor::Delegate ofA(&a), ofB(&b), ofC(&c); // their first references are never given back
+    auto const delegateOf = [](Monitor::Observer& observer)
+    { return ZKPtr<Monitor::Delegate>(ZK::MovePtr<Monitor::Delegate>(new Monitor::Delegate(&observer))); };
+    ZKPtr<Monitor::Delegate> const ofA = delegateOf(a), ofB = delegateOf(b), ofC = delegateOf(c);
     ObserverContainer<Monitor, Monitor::Observer> container;
-    container.addObserver(&ofA, 1, false);
-    container.addObserver(&ofB, 0, false);
-    container.addObserver(&ofC, 1, false);
+    container.addObserver(ofA.get(), 1, false);
+    container.addObserver(ofB.get(), 0, false);
+    container.addObserver(ofC.get(), 1, false);
     container.broadcastEvent(Recorder::Event(add(MON_TEST)), &Monitor::Observer::onMonitorAdded);
     EXPECT_EQ(order, "bca");
 }
