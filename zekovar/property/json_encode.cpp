@@ -38,16 +38,10 @@ XCode Writer::write(Value const& value, unsigned int level, unsigned int depth)
     case Type::INVALID:
         break;
     case Type::NULL_VALUE:
-        m_text += "null";
-        break;
     case Type::BOOLEAN:
-        m_text += value.getBoolOr(false) ? "true" : "false";
-        break;
     case Type::INTEGER:
-        Detail::appendInteger(m_text, value.getInt64Or(0));
-        break;
     case Type::FLOATING:
-        Detail::appendFloating(m_text, value.getFloatOr(0));
+        Detail::appendPlain(m_text, value);
         break;
     case Type::XCODE:
         writeCode(*value.asXCode());

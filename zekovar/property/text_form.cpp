@@ -28,6 +28,13 @@ constexpr std::array<char, 256> makeEscapes()
 }
 
 constexpr std::array<char, 256> ESCAPES = makeEscapes();
+
+void appendFloating(std::string& out, double value)
+{
+    char digits[32];
+    auto const result = std::to_chars(digits, std::end(digits), value, std::chars_format::general, FLOATING_DIGITS);
+    out.append(digits, result.ptr);
+}
 }
 
 void appendEscaped(std::string& out, std::string_view text, bool withSlash)
@@ -46,17 +53,31 @@ void appendEscaped(std::string& out, std::string_view text, bool withSlash)
     out.append(text, written);
 }
 
+void appendPlain(std::string& out, Value const& value)
+{
+    switch (value.getType())
+    {
+    case Value::Type::NULL_VALUE:
+        out += "null";
+        break;
+    case Value::Type::BOOLEAN:
+        out += value.getBoolOr(false) ? "true" : "false";
+        break;
+    case Value::Type::INTEGER:
+        appendInteger(out, value.getInt64Or(0));
+        break;
+    case Value::Type::FLOATING:
+        appendFloating(out, value.getFloatOr(0));
+        break;
+    default:
+        break;
+    }
+}
+
 void appendInteger(std::string& out, long long value)
 {
     char digits[24];
     out.append(digits, std::to_chars(digits, std::end(digits), value).ptr);
-}
-
-void appendFloating(std::string& out, double value)
-{
-    char digits[32];
-    auto const result = std::to_chars(digits, std::end(digits), value, std::chars_format::general, FLOATING_DIGITS);
-    out.append(digits, result.ptr);
 }
 
 XCode parseXCode(String const& text)

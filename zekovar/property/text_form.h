@@ -7,6 +7,11 @@
 #include <string>
 #include <string_view>
 
+namespace ZK::Property
+{
+class Value;
+}
+
 // How the text and binary forms of values write texts, numbers and codes. What a writer collects goes to the caller at
 // the end: a `String` doesn't grow ahead of what is appended.
 namespace ZK::Property::Detail
@@ -37,10 +42,11 @@ inline String toString(std::string_view text)
 /// characters that have a letter.
 void appendEscaped(std::string& out, std::string_view text, bool withSlash);
 
-void appendInteger(std::string& out, long long value);
+/// Writes what has the same text in all formats: "null", "true" or "false", an integer, and a number as "%g" does in the
+/// "C" locale. Another type writes nothing.
+void appendPlain(std::string& out, Value const& value);
 
-/// As "%g" in the "C" locale.
-void appendFloating(std::string& out, double value);
+void appendInteger(std::string& out, long long value);
 
 /// Reads what stands behind the prefix of a code: "value:text". Without a ":" the value is 0 and all of it the text.
 XCode parseXCode(String const& text);
