@@ -10,6 +10,9 @@ set(headers_of_diagnostics foundation files threads events property diagnostics)
 set(headers_of_jobs foundation files threads events property diagnostics jobs)
 set(headers_of_regex foundation regex)
 set(headers_of_crypto foundation files crypto)
+set(headers_of_process foundation files threads events property diagnostics jobs process)
+set(headers_of_net foundation files threads events property diagnostics jobs regex process net)
+set(headers_of_testing foundation threads crypto testing)
 # The counted pointers and singletons lock, and random numbers come from a file.
 set(sources_of_foundation foundation threads files)
 set(allowed_foundation/random.h files/file.h)
@@ -17,6 +20,11 @@ set(allowed_foundation/random.h files/file.h)
 set(sources_of_files threads)
 # The standard loops run jobs.
 set(allowed_events/standard_loops.cpp jobs/executor_event_loop.h)
+# An active file belongs to a loop.
+set(allowed_files/active_file.h events/event_loop.h events/file_observer_fn.h events/sig.h)
+set(allowed_files/active_file.cpp events/event_sync.h ${allowed_files/active_file.h})
+# Actions are observed like monitors.
+set(allowed_files/actions.h diagnostics/observer.h)
 # Preferences are summed.
 set(allowed_files/preferences.cpp crypto/crc32.h)
 # Any file may name a monitor and write a line to it.
