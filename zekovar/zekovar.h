@@ -107,6 +107,9 @@
 #include "zekovar/jobs/stream_type.h"
 #include "zekovar/jobs/unknown.h"
 
+#include "zekovar/net/ip_address.h"
+#include "zekovar/net/mac_address.h"
+
 #include "zekovar/property/info.h"
 #include "zekovar/property/iterator.h"
 #include "zekovar/property/json.h"
