@@ -107,6 +107,7 @@
 #include "zekovar/jobs/stream_type.h"
 #include "zekovar/jobs/unknown.h"
 
+#include "zekovar/net/dns_lookup.h"
 #include "zekovar/net/ip_address.h"
 #include "zekovar/net/mac_address.h"
 
