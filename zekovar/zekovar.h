@@ -111,6 +111,9 @@
 #include "zekovar/net/ip_address.h"
 #include "zekovar/net/mac_address.h"
 
+#include "zekovar/process/fork_and_exec.h"
+#include "zekovar/process/shell_protocol.h"
+
 #include "zekovar/property/info.h"
 #include "zekovar/property/iterator.h"
 #include "zekovar/property/json.h"

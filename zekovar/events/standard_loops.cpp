@@ -2,12 +2,16 @@
 
 #include "zekovar/jobs/executor_event_loop.h"
 
+#include <new>
+
 namespace
 {
 ZK::MovePtr<ZK::IExecutor> makeExecutor(ZKEventLoop& loop)
 {
     return ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorEventLoop(loop, EventPrio::NORMAL));
 }
+
+alignas(IO) constinit unsigned char s_placeOfIo[sizeof(IO)] = {};
 }
 
 CONFIG& CONFIG::INSTANCE()
@@ -48,8 +52,20 @@ CRIT::~CRIT()
 
 IO& IO::INSTANCE()
 {
-    static IO s_instance;
-    return s_instance;
+    struct Lifetime
+    {
+        Lifetime() { new (&PLACE()) IO; }
+
+        ~Lifetime() { PLACE().~IO(); }
+    };
+
+    static Lifetime s_lifetime;
+    return PLACE();
+}
+
+IO& IO::PLACE()
+{
+    return reinterpret_cast<IO&>(s_placeOfIo);
 }
 
 IO::IO()

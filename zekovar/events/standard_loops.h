@@ -60,6 +60,10 @@ class IO : public ZKEventLoop
 public:
     static IO& INSTANCE();
 
+    /// What `INSTANCE()` returns, without making it: for whoever keeps a reference that is used later or never. The loop
+    /// mustn't be used before there was a call of `INSTANCE()`.
+    static IO& PLACE();
+
     ZK::FunctionContext const& getSyncContext() const { return m_syncContext; }
 
     ZK::FunctionContext const& getAsyncContext() const { return m_asyncContext; }

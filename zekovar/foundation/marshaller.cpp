@@ -1,6 +1,7 @@
 #include "zekovar/foundation/marshaller.h"
 
 #include "zekovar/foundation/string.h"
+#include "zekovar/foundation/system_code.h"
 
 #include <algorithm>
 #include <cstring>
@@ -229,12 +230,10 @@ template <>
 XCode ZKMarshaller::marshal(XCode const& value)
 {
     int const number = static_cast<int>(value.getRawValue());
-    XCode text(value);
-    text.setValue(XCODE_SUCCESS); // a success describes itself as nothing, so what is left is the attached text
     XCode code = marshal(number);
     if (!code)
         return code;
-    code = marshal(text.toString());
+    code = marshal(ZK::Detail::attachedText(value));
     if (!code)
         m_buffer->removeTail(sizeof number);
     return code;

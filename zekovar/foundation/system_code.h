@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zekovar/foundation/string.h"
 #include "zekovar/foundation/xcode.h"
 
 #include <cerrno>
@@ -20,5 +21,12 @@ inline XCode codeOfResult(int result)
     if (result >= 0)
         return XCODE_SUCCESS;
     return XCode(XCODE_ERRNO | (static_cast<unsigned int>(errno) & 0xFFFFFF));
+}
+
+/// The text that was attached to `code`, and not what its value tells of itself.
+inline String attachedText(XCode code)
+{
+    code.setValue(XCODE_SUCCESS); // which tells nothing
+    return code.toString();
 }
 }
