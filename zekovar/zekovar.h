@@ -108,8 +108,10 @@
 #include "zekovar/jobs/unknown.h"
 
 #include "zekovar/net/dns_lookup.h"
+#include "zekovar/net/http_parser.h"
 #include "zekovar/net/ip_address.h"
 #include "zekovar/net/mac_address.h"
+#include "zekovar/net/uri.h"
 
 #include "zekovar/process/fork_and_exec.h"
 #include "zekovar/process/shell_protocol.h"
