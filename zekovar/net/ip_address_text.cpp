@@ -3,7 +3,6 @@
 #include "zekovar/foundation/xcode.h"
 
 #include <arpa/inet.h>
-#include <charconv>
 
 namespace
 {
@@ -15,9 +14,15 @@ void printV4(String& text, unsigned int address)
     char* end = buffer;
     for (int shift = 24; shift >= 0; shift -= 8)
     {
-        end = std::to_chars(end, buffer + sizeof buffer, address >> shift & 0xFF).ptr;
-        *end++ = shift > 0 ? '.' : '\0';
+        unsigned int const octet = address >> shift & 0xFF;
+        if (octet >= 100)
+            *end++ = static_cast<char>('0' + octet / 100);
+        if (octet >= 10)
+            *end++ = static_cast<char>('0' + octet / 10 % 10);
+        *end++ = static_cast<char>('0' + octet % 10);
+        *end++ = '.';
     }
+    end[-1] = '\0';
     text = buffer;
 }
 
