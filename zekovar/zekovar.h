@@ -39,6 +39,7 @@
 #include "zekovar/events/event_queue.h"
 #include "zekovar/events/event_regular.h"
 #include "zekovar/events/event_sync.h"
+#include "zekovar/events/fifo.h"
 #include "zekovar/events/file_event.h"
 #include "zekovar/events/file_observer.h"
 #include "zekovar/events/file_observer_fn.h"
@@ -115,6 +116,7 @@
 
 #include "zekovar/process/fork_and_exec.h"
 #include "zekovar/process/shell_protocol.h"
+#include "zekovar/process/system_command.h"
 
 #include "zekovar/property/info.h"
 #include "zekovar/property/iterator.h"
