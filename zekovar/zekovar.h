@@ -61,6 +61,7 @@
 #include "zekovar/events/ticker.h"
 #include "zekovar/events/timeout_event.h"
 
+#include "zekovar/files/active_file.h"
 #include "zekovar/files/file.h"
 #include "zekovar/files/preferences.h"
 

@@ -53,6 +53,7 @@ public:
     /// `onChange` is called after each connect and disconnect, in place of the observer so far.
     void observe(Function<void()> const& onChange) { impl().observe(onChange); }
 
+    /// Safe from any thread once an observer or a slot has been connected.
     bool hasSlots() const { return m_impl != nullptr && m_impl->hasSlots(); }
 
     /// Calls the slots. The arguments are copied once, and for each slot again.

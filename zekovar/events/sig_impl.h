@@ -3,6 +3,7 @@
 #include "zekovar/events/sig_connection.h"
 #include "zekovar/events/sig_emission.h"
 
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -44,6 +45,7 @@ class Signal<void(Args...), LastValue<void>, G> final : public SignalBase
 
         ~WriteLock()
         {
+            m_signal.m_hasSlots.store(!m_signal.m_slots->isEmpty());
             if (!m_notify)
                 return;
             // called through a copy: the observer may be replaced, or the signal destroyed, meanwhile
@@ -147,7 +149,8 @@ public:
 
     void observe(Function<void()> const& onChange) { m_onChange = onChange; }
 
-    bool hasSlots() const { return !m_slots->isEmpty(); }
+    /// Safe from any thread. An observer that a change is told to on one thread finds here what it was before or is now.
+    bool hasSlots() const { return m_hasSlots.load(); }
 
     template <class... Values>
     void operator()(Values&&... values)
@@ -178,6 +181,7 @@ private:
     Function<void()> m_onChange;
     RefCountedIf* m_owner;
     std::shared_ptr<Slots> m_slots;
+    std::atomic<bool> m_hasSlots{false};
     bool m_emitting = false;            // a flag and no depth: it falls when the innermost emission ends
     EmissionLock* m_emission = nullptr; // the innermost one that is running
 };

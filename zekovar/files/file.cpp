@@ -3,6 +3,7 @@
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/threads/no_cancellation.h"
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
@@ -18,7 +19,7 @@ struct ZKFile::Record
 {
     unsigned int handleCount;
     String path;
-    int fd; // -1 while closed
+    std::atomic<int> fd; // -1 while closed; an active file is asked for it on several threads
     bool autoClose;
     bool autoRemove;
 };
@@ -83,7 +84,7 @@ void ZKFile::destruct()
 
 int ZKFile::getFd() const
 {
-    return m_record != nullptr ? m_record->fd : -1;
+    return m_record != nullptr ? m_record->fd.load(std::memory_order_relaxed) : -1;
 }
 
 String const& ZKFile::getPath() const
@@ -171,8 +172,9 @@ XCode ZKFile::open(int flags, unsigned int mode, XOFlag extra)
         if (code.isErr())
             return code;
     }
-    m_record->fd = ::open(path.c_str(), flags | O_CLOEXEC, mode);
-    return codeOfResult(m_record->fd);
+    int const fd = ::open(path.c_str(), flags | O_CLOEXEC, mode);
+    m_record->fd = fd;
+    return codeOfResult(fd);
 }
 
 XCode ZKFile::close()

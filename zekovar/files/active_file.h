@@ -1,0 +1,120 @@
+#pragma once
+
+#include "zekovar/events/event_loop.h"
+#include "zekovar/events/file_observer_fn.h"
+#include "zekovar/events/sig.h"
+#include "zekovar/files/file.h"
+#include "zekovar/foundation/lw_ptr.h"
+#include "zekovar/foundation/ref_counted.h"
+#include "zekovar/foundation/tstring.h"
+#include "zekovar/threads/mutex_private.h"
+
+#include <atomic>
+
+namespace ZK
+{
+/// A file of an event loop that reads itself and raises signals, for as long as somebody listens.
+///
+/// The first slot on any read-side signal (all but `onWriteReady`) has the loop watch the descriptor for reading, and
+/// makes it non-blocking; the last one that is disconnected ends that. A file without slots costs the loop nothing and
+/// what arrives stays in the kernel, to be delivered once a slot is connected. Only descriptors that can be polled are
+/// reported: pipes, fifos, sockets, terminals, but no regular files.
+///
+/// One report raises `onReadReady`, reads, and raises one of the other four:
+///
+/// | the read gives                     | raised                                                     |
+/// | ---------------------------------- | ---------------------------------------------------------- |
+/// | bytes                              | `onStringData` if it has a slot, otherwise `onBinaryData`  |
+/// | the end of the input, ECONNRESET   | `onHangup`, once a report; the file stays open             |
+/// | another failure                    | `onError`                                                  |
+///
+/// The read takes all that is there, up to `MAX_DATA_BYTES`; more than that arrives in further reports, between which the
+/// loop serves its other files. While only `onReadReady` has slots they are in charge: nothing else is read, and a slot
+/// reads until EAGAIN, because the next report comes with the next arrival. Once any other signal has a slot, what no
+/// data slot takes is read and dropped; so whoever wants the data connects to it first.
+///
+/// A counted object for the heap, but without a count that matters it may be a member or a local object too. Signals are
+/// raised on the loop's thread. A slot may close and reopen the file, connect and disconnect slots of any signal, and drop
+/// the last reference, which destroys the file when the report has been served. On other threads, dropping the last
+/// reference, disconnecting the last slot and closing a watched file wait until the loop stands still between two
+/// handlers (a loop that isn't running is not waited for), so not with a lock held that a handler needs. Signals of one
+/// file may be connected on several threads at once, each signal on one at a time; the other operations belong to one
+/// thread at a time. The loop must outlive its files.
+///
+///     ZKPtr<ZK::ActiveFile> input(ZK::MovePtr<ZK::ActiveFile>(new ZK::ActiveFile(IO::INSTANCE(), fd, true, false)));
+///     input->onStringData.connect(ZK::bindArgs(&Console::read, this, std::placeholders::_1));
+class ActiveFile : public RefCountedUnlessBeingDestroying, public ZKFile
+{
+public:
+    /// The most that one data signal carries.
+    static constexpr unsigned int MAX_DATA_BYTES = 64 * 1024;
+
+    /// A closed file. The counted object's lock is the stop of the loop. The flags are those of `ZKFile`.
+    ActiveFile(ZKEventLoop& loop, String const& path, bool autoClose, bool autoRemove);
+
+    /// Takes `fd`, which may be -1. The counted object has no lock.
+    ActiveFile(ZKEventLoop& loop, int fd, bool autoClose, bool autoRemove);
+
+    /// Shares the other's descriptor record, and has signals without slots and no lock. Only one of the two can be
+    /// watched at a time.
+    ActiveFile(ActiveFile const& other);
+    ActiveFile(ActiveFile&& other);
+
+    /// Shares the other's file and takes over its loop. The own slots stay, and watch the new file from here on.
+    ActiveFile& operator=(ActiveFile const& other);
+    ActiveFile& operator=(ActiveFile&& other);
+
+    /// A class with members that its slots use calls `destruct` first thing in its own destructor, unless its objects are
+    /// always counted ones: these are no longer watched when the outermost destructor begins.
+    ~ActiveFile() override;
+
+    /// As those of `ZKFile`; the slots that are connected watch the new descriptor.
+    XCode open(int flags, unsigned int mode, XOFlag extra) override;
+    XCode close() override;
+
+    /// Closes the old descriptor, whose failure ends the call, and takes `fd` and its path.
+    virtual XCode setFd(int fd);
+
+    /// Ends the watching and gives up this handle on the file.
+    void destruct() override;
+
+    ZKEventLoop& getEventLoop() const { return *m_loop; }
+
+    /// Ends the watching before any destructor runs.
+    void callDtor() override;
+
+    Sig::Signal<void()> onReadReady{this};               ///< something can be read, and nothing has been so far
+    Sig::Signal<void()> onWriteReady{this};              ///< the descriptor takes data, at first and again
+    Sig::Signal<void(String)> onStringData{this};        ///< 1 to `MAX_DATA_BYTES` bytes, read as text
+    Sig::Signal<void(TString<char>)> onBinaryData{this}; ///< as above; silent while `onStringData` has a slot
+    Sig::Signal<void(XCode)> onError{this};              ///< the code of a failed read
+    Sig::Signal<void()> onHangup{this};                  ///< the other side is gone
+
+private:
+    void updateObservers();
+    void registerSignalObservers();
+    void _onReadyForReading();
+
+    void onHangupReported();
+    unsigned int wantedWatch() const;
+    bool hasTakers() const;
+    void setWatch(unsigned int watch);
+    void watchWanted();
+    void endWatch();
+    ZKLWPtr<FileObserverFn> makeObserver();
+    template <class Data>
+    XCode readReported(Data& data);
+    template <class Data>
+    void readAndRaise(Sig::Signal<void(Data)>& onData);
+
+    ZKEventLoop* m_loop;
+    ZKLWPtr<FileObserverFn> m_readObserver; // null while nobody listens to read-side signals
+    ZKLWPtr<FileObserverFn>
+        m_writeObserver;               // null while nobody listens to onWriteReady; one descriptor can be watched only
+                                       // once, so this is the read observer if both are wanted
+    ZKMutexPrivate m_mutex;            // guards the observers; taken while the loop stands still, or by itself
+    std::atomic<unsigned int> m_watch; // what the observers are for, see the source
+    unsigned int m_hangupReport;       // the loop's number of the report in which onHangup was raised last
+    bool m_hasHangupReport;
+};
+}
