@@ -112,7 +112,9 @@
 #include "zekovar/net/dns_lookup.h"
 #include "zekovar/net/http_parser.h"
 #include "zekovar/net/ip_address.h"
+#include "zekovar/net/ip_socket.h"
 #include "zekovar/net/mac_address.h"
+#include "zekovar/net/socket.h"
 #include "zekovar/net/uri.h"
 
 #include "zekovar/process/fork_and_exec.h"
