@@ -117,8 +117,11 @@
 #include "zekovar/net/socket.h"
 #include "zekovar/net/uri.h"
 
+#include "zekovar/process/connection_process.h"
 #include "zekovar/process/fork_and_exec.h"
 #include "zekovar/process/shell_protocol.h"
+#include "zekovar/process/shell_server.h"
+#include "zekovar/process/shell_socket.h"
 #include "zekovar/process/system_command.h"
 
 #include "zekovar/property/info.h"

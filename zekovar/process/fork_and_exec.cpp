@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
+#include <utmp.h>
 
 using ZK::Detail::codeOfErrno;
 using ZK::Detail::codeOfResult;
@@ -65,15 +66,31 @@ ZKVector<char*> pointersTo(ZKVector<String> const& texts)
     return pointers;
 }
 
-XCode makeTerminalTransparent()
+XCode makeTerminalTransparent(int terminal)
 {
     termios attributes;
-    XCode const code = codeOfCall(::tcgetattr(STDIN_FILENO, &attributes), "CANNOT GET TERMINAL ATTRIBUTES");
+    XCode const code = codeOfCall(::tcgetattr(terminal, &attributes), "CANNOT GET TERMINAL ATTRIBUTES");
     if (code.isErr())
         return code;
     attributes.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHOK | ECHONL);
     attributes.c_oflag &= ~static_cast<tcflag_t>(ONLCR);
-    return codeOfCall(::tcsetattr(STDIN_FILENO, TCSANOW, &attributes), "CANNOT SET TERMINAL ATTRIBUTES");
+    return codeOfCall(::tcsetattr(terminal, TCSANOW, &attributes), "CANNOT SET TERMINAL ATTRIBUTES");
+}
+
+/// As `forkpty`, but the terminal echoes at no time: a client may write before the child has run.
+int forkOnTerminal(int& master)
+{
+    int slave = -1;
+    if (::openpty(&master, &slave, nullptr, nullptr, nullptr) < 0)
+        return -1;
+    ::fcntl(master, F_SETFD, FD_CLOEXEC);
+    makeTerminalTransparent(slave); // the child tells of a failure
+    int const pid = ::fork();
+    if (pid != 0)
+        ::close(slave);
+    else if (::login_tty(slave) < 0)
+        ::_exit(1);
+    return pid;
 }
 }
 
@@ -109,20 +126,18 @@ XCode ForkAndExec::openPipes()
 
 XCode ForkAndExec::forkChild(char** argv, char** envp)
 {
-    m_pid = ::forkpty(&m_master, nullptr, nullptr, nullptr);
+    m_pid = forkOnTerminal(m_master);
     if (m_pid == 0)
     {
         writeToXcPipe(runChild(argv, envp));
         ::_exit(START_FAILED);
     }
-    if (m_pid > 0)
-        ::fcntl(m_master, F_SETFD, FD_CLOEXEC);
     return codeOfCall(m_pid, "FORK FAILED");
 }
 
 XCode ForkAndExec::runChild(char** argv, char** envp)
 {
-    XCode code = makeTerminalTransparent();
+    XCode code = makeTerminalTransparent(STDIN_FILENO);
     if (code.isErr())
         return code;
     ::dup2(m_stderrWrite, STDERR_FILENO);

@@ -10,7 +10,8 @@
 
 // What a client and the shell server say to each other, on a stream socket of one machine: numbers are in the machine's
 // order. A message is a header and what its length counts, sent in one piece and received in one piece; one that comes
-// together with another can't be told from a message of wrong length.
+// together with another can't be told from a message of wrong length. So the server sends an answer only when the client
+// has taken the one before, and a client a message only when the one before was answered.
 //
 // A client sends EXECUTE and gets either an ACK with three descriptors (the program's standard input and output, both
 // the master of its terminal, and the pipe of its standard error) and at the program's end TERMINATED, or NAK. While the

@@ -1,0 +1,112 @@
+#pragma once
+
+#include "tests/eventually.h"
+#include "zekovar/process/shell_server.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+/// A process as the kernel shows it.
+struct ProcessInfo
+{
+    int pid;
+    int parent;
+    char state; // 'Z' for one that wasn't reaped
+};
+
+/// The children of `parent`, and those of all processes for 0.
+inline std::vector<ProcessInfo> childrenOf(int parent)
+{
+    std::vector<ProcessInfo> children;
+    std::error_code ignored;
+    for (auto const& entry : std::filesystem::directory_iterator("/proc", ignored))
+    {
+        std::string stat;
+        std::getline(std::ifstream(entry.path() / "stat"), stat);
+        ProcessInfo info = {std::atoi(stat.c_str()), 0, '?'};
+        std::size_t const name = stat.rfind(')'); // the name may hold anything
+        if (name != std::string::npos && std::sscanf(stat.c_str() + name, ") %c %d", &info.state, &info.parent) == 2 &&
+            (parent == 0 || info.parent == parent))
+            children.push_back(info);
+    }
+    return children;
+}
+
+/// A shell server for as long as the object lives. All processes that came of it, and all other children of this one, are
+/// ended and reaped then; so make it before there are threads and let it go last.
+class RunningServer
+{
+public:
+    RunningServer()
+    {
+        ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+        EXPECT_TRUE(m_server.start());
+        EXPECT_TRUE(m_server.waitUntilListening());
+    }
+
+    ~RunningServer()
+    {
+        // the children of one that ends become ours
+        EXPECT_TRUE(eventually(
+            []
+            {
+                for (ProcessInfo const& child : childrenOf(::getpid()))
+                    ::kill(child.pid, SIGKILL);
+                while (::waitpid(-1, nullptr, WNOHANG) > 0)
+                    continue;
+                return childrenOf(::getpid()).empty();
+            }));
+        ::prctl(PR_SET_CHILD_SUBREAPER, 0);
+        ::unlink(ZK::Shell::SERVER_PATH);
+    }
+
+    RunningServer(RunningServer const&) = delete;
+    RunningServer& operator=(RunningServer const&) = delete;
+
+    int pid() const { return m_server.getPid(); }
+
+private:
+    /// Ends with the process that started it and tells when it can be connected to.
+    class TestServer : public ZK::Shell::Server
+    {
+    public:
+        TestServer() { EXPECT_TRUE(ZKFile::CREATE_PIPE(m_waiting, m_ready, true)); }
+
+        XCode runChild() override
+        {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            m_waiting.close();
+            return Server::runChild();
+        }
+
+        XCode listen(String const& path) override
+        {
+            XCode const code = Server::listen(path);
+            if (code)
+                m_ready.write("!", true);
+            m_ready.close();
+            return code;
+        }
+
+        XCode waitUntilListening()
+        {
+            m_ready.close();
+            char ready = 0;
+            return m_waiting.readFixedSize(&ready, 1, true);
+        }
+
+    private:
+        ZKFile m_waiting, m_ready;
+    };
+
+    TestServer m_server;
+};
