@@ -21,17 +21,15 @@ String textOf(std::string const& bytes)
 /// Everything that there is to tell of a message, on one line.
 std::string shown(ZK::HttpParser const& message)
 {
-    auto const bytes = [](String const& text)
-    { return std::string(text.c_str(), static_cast<std::size_t>(text.length())); };
-    std::string text = message.isValid() ? message.isRequest() ? "request" : "status" : "none";
-    text += "|" + bytes(message.getMethod()) + "|" + bytes(message.getUri()) + "|" +
-            std::to_string(message.getStatus()) + "|" + bytes(message.getReason());
+    String text(message.isValid() ? message.isRequest() ? "request" : "status" : "none");
+    for (String const& part : {message.getMethod(), message.getUri(), String::stringOf(message.getStatus())})
+        text.concat("|").concat(part);
+    text.concat("|").concat(message.getReason());
     for (ZK::HttpParser::Header const& header : message.getHeaders())
-        text += "|" + bytes(header.name) + "=" + bytes(header.value);
-    return text + "|" + bytes(message.getBody());
+        text.concat("|").concat(header.name).concat("=").concat(header.value);
+    text.concat("|").concat(message.getBody());
+    return {text.c_str(), static_cast<std::size_t>(text.length())};
 }
-
-std::string const NONE = "none|||0||";
 
 /// Parses one whole message.
 std::string parsed(std::string const& text)
@@ -39,13 +37,11 @@ std::string parsed(std::string const& text)
     String buffer = textOf(text);
     ZK::HttpParser message;
     XCode const code = message.parse(buffer);
-    if (code == ZK::HttpParser::INCOMPLETE)
-        return "incomplete";
     if (code.isErr())
-        return (buffer == textOf(text) && shown(message) == NONE ? "refused: " : "changed: ") +
-               std::string(code.toString().c_str());
-    EXPECT_TRUE(buffer.isEmpty()) << text;
-    return shown(message);
+        EXPECT_TRUE(buffer == textOf(text) && shown(message) == "none|||0||");
+    else
+        EXPECT_TRUE(buffer.isEmpty()) << text;
+    return code == ZK::HttpParser::INCOMPLETE ? "incomplete" : code.isErr() ? code.toString().c_str() : shown(message);
 }
 }
 
@@ -65,20 +61,14 @@ TEST(HttpParser, ReadsRequestsAndStatuses)
 
 TEST(HttpParser, RefusesWithAReasonAndLeavesTheBuffer)
 {
-    std::pair<char const*, char const*> const table[] = {
-        {"\r\n\r\n", "Invalid request line"},
-        {"GET /\r\n\r\n", "Invalid request line"},
-        {"GET / HTTP/1.1 x\r\n\r\n", "Invalid request line"},
-        {"GET / HTTP/1.0\r\n\r\n", "Invalid HTTP version"},
-        {"HTTP/1.0 200 OK\r\n\r\n", "Invalid HTTP version"},
-        {"HTTP/1.10 200 OK\r\n\r\n", "Invalid HTTP version"},
-        {"HTTP/1.1 200\r\n\r\n", "Invalid status line"},
-        {"HTTP/1.1 0 OK\r\n\r\n", "Invalid status code"},
-        {"HTTP/1.1 OK 200\r\n\r\n", "Invalid status code"},
-        {"GET / HTTP/1.1\r\nFoo\r\nContent-Length: 9\r\n\r\n", "Invalid header format"},
-    };
-    for (auto const& [text, reason] : table)
-        EXPECT_EQ(parsed(text), "refused: "s + reason) << text;
+    for (char const* line : {"", "GET /", "GET / HTTP/1.1 x"})
+        EXPECT_EQ(parsed(line + "\r\n\r\n"s), "Invalid request line") << line;
+    for (char const* line : {"GET / HTTP/1.0", "HTTP/1.0 200 OK", "HTTP/1.10 200 OK"})
+        EXPECT_EQ(parsed(line + "\r\n\r\n"s), "Invalid HTTP version") << line;
+    for (char const* line : {"HTTP/1.1 0 OK", "HTTP/1.1 OK 200"})
+        EXPECT_EQ(parsed(line + "\r\n\r\n"s), "Invalid status code") << line;
+    EXPECT_EQ(parsed("HTTP/1.1 200\r\n\r\n"), "Invalid status line");
+    EXPECT_EQ(parsed("GET / HTTP/1.1\r\nFoo\r\nContent-Length: 9\r\n\r\n"), "Invalid header format");
 }
 
 TEST(HttpParser, WaitsForTheWholeMessage)
@@ -87,16 +77,9 @@ TEST(HttpParser, WaitsForTheWholeMessage)
     String const before(buffer);
     ZK::HttpParser message;
     message.prepareStatus(1, "old");
-    EXPECT_EQ(message.parse(buffer), ZK::HttpParser::INCOMPLETE);
-    EXPECT_EQ(XCode(ZK::HttpParser::INCOMPLETE).getRawValue(), 0x40020260u);
-    EXPECT_EQ(buffer, before);
-    EXPECT_EQ(shown(message), NONE);
-    buffer += "5GET / HTTP/1.1\r\n\r\n";
-    EXPECT_EQ(message.parse(buffer), XCODE_SUCCESS);
-    EXPECT_EQ(message.getBody(), "12345");
-    EXPECT_EQ(buffer, "GET / HTTP/1.1\r\n\r\n");
-    EXPECT_EQ(message.parse(buffer), XCODE_SUCCESS);
-    EXPECT_EQ(shown(message) + buffer.c_str(), "request|GET|/|0||");
+    EXPECT_EQ(message.parse(buffer).getRawValue(), 0x40020260u);
+    EXPECT_TRUE(buffer == before && shown(message) == "none|||0||");
+    EXPECT_TRUE(message.parse(buffer.concat("5GET")) && message.getBody() == "12345" && buffer == "GET");
 }
 
 TEST(HttpParser, NoSizeReachesBehindTheBuffer)
@@ -110,59 +93,50 @@ TEST(HttpParser, NoSizeReachesBehindTheBuffer)
 TEST(HttpParser, EverySplitOfAStreamGivesTheSameMessages)
 {
     std::mt19937 random(84);
-    auto const below = [&](unsigned int limit) { return random() % limit; };
-    auto const word = [&](char const* letters, unsigned int longest)
+    auto const word = [&](std::string const& letters, unsigned int longest)
     {
-        String text;
-        for (unsigned int length = below(longest); length > 0; length--)
-            text += letters[below(static_cast<unsigned int>(std::strlen(letters)))];
-        return text;
+        std::string text;
+        for (auto length = random() % longest; length > 0; length--)
+            text += letters[random() % letters.size()];
+        return textOf(text);
     };
     for (int round = 0; round < 400; round++)
     {
-        std::vector<std::string> sent;
+        std::vector<std::string> sent, received;
         std::string stream;
-        for (unsigned int count = 1 + below(4); count > 0; count--)
+        for (auto count = 1 + random() % 4; count > 0; count--)
         {
             ZK::HttpParser message;
-            if (below(2) == 0)
+            if (random() % 2 == 0)
                 message.prepareRequest(String("M").concat(word("GETPOS", 5)), String("/").concat(word("a/?%=1", 20)));
             else
-                message.prepareStatus(1 + below(999), String("R").concat(word("abc", 9)));
-            for (unsigned int headers = below(5); headers > 0; headers--)
+                message.prepareStatus(static_cast<unsigned int>(1 + random() % 999), "R");
+            for (auto headers = random() % 5; headers > 0; headers--)
                 message.addHeader(String("n").concat(word("x-y\tz_", 9)) += 'e', word("v:,", 12));
-            String body = word("\r\nbody: GET", 60);
-            if (below(2) == 0 && body.native_alloc(static_cast<int>(below(300))))
-                std::fill_n(body.data(), body.length(), static_cast<char>(below(3)));
-            message.setBody(body);
+            message.setBody(word("\r\n\0: GET"s, random() % 2 == 0 ? 300 : 8));
             String const text = message.generate();
             stream.append(text.c_str(), static_cast<std::size_t>(text.length()));
-            if (!body.isEmpty())
-                message.addHeader("content-length", String::stringOf(body.length()));
+            if (!message.getBody().isEmpty())
+                message.addHeader("content-length", String::stringOf(message.getBody().length()));
             sent.push_back(shown(message));
         }
 
-        std::vector<std::string> received, receivedBytes;
         String buffer;
         TString<char> bytes;
-        ZK::HttpParser message;
-        unsigned int const longest = 1 + below(below(2) == 0 ? 3 : 400);
+        ZK::HttpParser message, other;
+        auto const longest = 1 + random() % (random() % 2 == 0 ? 3 : 400);
         for (std::size_t at = 0; at < stream.size();)
         {
-            std::string const piece = stream.substr(at, 1 + below(longest));
+            std::string const piece = stream.substr(at, 1 + random() % longest);
             at += piece.size();
             buffer.concat(piece.data(), static_cast<int>(piece.size()));
             bytes.insert(bytes.length(), piece.data(), static_cast<int>(piece.size()));
             XCode code;
-            while ((code = message.parse(buffer)).isSuccess())
-                received.push_back(shown(message));
-            ASSERT_EQ(code, ZK::HttpParser::INCOMPLETE) << code.toString().c_str();
-            while ((code = message.parse(bytes)).isSuccess())
-                receivedBytes.push_back(shown(message));
-            ASSERT_EQ(code, ZK::HttpParser::INCOMPLETE);
+            for (; (code = message.parse(buffer)).isSuccess(); received.push_back(shown(message)))
+                ASSERT_TRUE(other.parse(bytes) && shown(other) == shown(message));
+            ASSERT_TRUE(code == ZK::HttpParser::INCOMPLETE && other.parse(bytes) == code);
         }
         ASSERT_EQ(received, sent);
-        ASSERT_EQ(receivedBytes, sent);
         ASSERT_TRUE(buffer.isEmpty() && bytes.isEmpty() && bytes.frontGap() == 0);
     }
 }
@@ -172,17 +146,15 @@ TEST(HttpParser, GeneratesTheMessage)
     ZK::HttpParser message;
     EXPECT_EQ(message.generate(), "");
     message.prepareRequest("PUT", "/x");
-    EXPECT_EQ(message.generate(), "PUT /x HTTP/1.1\r\n\r\n");
     message.addHeader("Host", "a");
     message.addHeader("Empty", "");
     message.addHeader("CONTENT-LENGTH", "77");
-    message.setBody("body");
-    EXPECT_EQ(message.generate(), "PUT /x HTTP/1.1\r\nHost: a\r\nEmpty:\r\nContent-Length: 4\r\n\r\nbody");
+    EXPECT_EQ(message.generate(), "PUT /x HTTP/1.1\r\nHost: a\r\nEmpty:\r\n\r\n");
     message.prepareStatus(200, "OK");
-    message.setBody("");
-    EXPECT_EQ(message.generate(), "HTTP/1.1 200 OK\r\nHost: a\r\nEmpty:\r\n\r\n");
+    message.setBody("body");
+    EXPECT_EQ(message.generate(), "HTTP/1.1 200 OK\r\nHost: a\r\nEmpty:\r\nContent-Length: 4\r\n\r\nbody");
     message.reset();
-    EXPECT_EQ(shown(message), NONE);
+    EXPECT_EQ(shown(message), "none|||0||");
 }
 
 TEST(HttpParser, HeadersAreFoundInAnyCaseAndByNumber)
@@ -195,7 +167,6 @@ TEST(HttpParser, HeadersAreFoundInAnyCaseAndByNumber)
                      message.getHeader("set-cookie", 2), message.getHeader("set-cooki", 0),
                      message.getHeader("mIXED", 0)),
               "a|b|||m");
-    EXPECT_FALSE(message.isValid()) << "single lines make no message";
     EXPECT_EQ(message.parseRequestLine("GET /a HTTP/2").toString(), "Invalid HTTP version");
     EXPECT_EQ(shown(message), "none|GET|/a|0||set-cookie=a|other=x|set-cookie=b|Mixed=m|") << "stored before the test";
 }
@@ -203,10 +174,10 @@ TEST(HttpParser, HeadersAreFoundInAnyCaseAndByNumber)
 TEST(HttpParser, ManyHeadersTakeLinearTime)
 {
     std::string text = "GET / HTTP/1.1\r\n";
-    for (int i = 0; i < 200000; i++)
+    for (int i = 0; i < 100000; i++)
         text += "a:\r\n";
     String buffer = textOf(text + "\r\n");
     ZK::HttpParser message;
     EXPECT_EQ(message.parse(buffer), XCODE_SUCCESS);
-    EXPECT_EQ(message.getHeaders().size(), 200000u);
+    EXPECT_EQ(message.getHeaders().size(), 100000u);
 }

@@ -7,6 +7,7 @@
 
 #include <arpa/inet.h>
 #include <random>
+#include <sstream>
 #include <string>
 
 using namespace std::string_literals;
@@ -33,16 +34,14 @@ std::string reference(std::string const& text)
     std::string const prefix = slash != std::string::npos ? text.substr(slash + 1) : std::to_string(longest);
     unsigned long const size = std::strtoul(prefix.c_str(), nullptr, 10);
     char printed[INET6_ADDRSTRLEN];
-    return size <= longest && prefix == std::to_string(size)
-               ? ::inet_ntop(family, bytes, printed, sizeof printed) + ("/" + prefix)
-               : "";
+    bool const valid = size <= longest && prefix == std::to_string(size);
+    return valid ? ::inet_ntop(family, bytes, printed, sizeof printed) + ("/" + prefix) : "";
 }
 
 std::string parsed(std::string const& text)
 {
-    return IpAddress(String(text.data(), static_cast<int>(text.size()), 0, static_cast<int>(text.size())))
-        .getIpAddrAndMaskSizeAsString()
-        .c_str();
+    int const size = static_cast<int>(text.size());
+    return IpAddress(String(text.data(), size, 0, size)).getIpAddrAndMaskSizeAsString().c_str();
 }
 
 std::string randomAddress(std::mt19937& random)
@@ -50,66 +49,89 @@ std::string randomAddress(std::mt19937& random)
     unsigned char bytes[16];
     for (unsigned char& byte : bytes)
         byte = random() % 2 == 0 ? 0 : static_cast<unsigned char>(random());
-    int const family = random() % 2 == 0 ? AF_INET : AF_INET6;
     char text[INET6_ADDRSTRLEN];
-    std::string const address = ::inet_ntop(family, bytes, text, sizeof text);
+    std::string const address = ::inet_ntop(random() % 2 == 0 ? AF_INET : AF_INET6, bytes, text, sizeof text);
     return random() % 2 == 0 ? address : address + "/" + std::to_string(random() % 140);
 }
+
+constexpr std::pair<char, bool (IpAddress::*)() const> KINDS[] = {
+    {'a', &IpAddress::isV4ClassA},    {'b', &IpAddress::isV4ClassB},     {'c', &IpAddress::isV4ClassC},
+    {'d', &IpAddress::isV4ClassD},    {'e', &IpAddress::isV4ClassE},     {'A', &IpAddress::isV4ClassABC},
+    {'l', &IpAddress::isLoopback},    {'g', &IpAddress::isV4LocalGroup}, {'D', &IpAddress::isDefGwType},
+    {'n', &IpAddress::isNetType},     {'i', &IpAddress::isIfaceType},    {'s', &IpAddress::isValidSubnetMaskType},
+    {'L', &IpAddress::isV4LimBcType}, {'B', &IpAddress::isV4DirBcType},  {'z', &IpAddress::isZeroHostAddress},
+    {'h', &IpAddress::isHostType},    {'v', &IpAddress::isValidAddress}, {'u', &IpAddress::isV6UnicastOrAnycast},
+    {'k', &IpAddress::isV6LinkLocal}, {'m', &IpAddress::isV6Multicast},
+};
+
+std::string kindsOf(IpAddress const& address)
+{
+    std::string letters;
+    for (auto const& [letter, predicate] : KINDS)
+        letters += (address.*predicate)() ? std::string(1, letter) : "";
+    return letters;
 }
 
-TEST(IpAddress, EmptyOnesAreZeroWithoutMask)
+/// The rules again, in numbers from 0 to 2^32 instead of bits; the hosts of the network are numbers next to each other.
+std::string v4KindsOf(unsigned long long number, unsigned int size)
 {
-    IpAddress address("192.0.2.1/24");
-    address.init();
-    EXPECT_TRUE(address.isEmpty() && address == IpAddress::EMPTY() && &IpAddress::EMPTY() == &IpAddress::EMPTY());
-    EXPECT_EQ(std::memcmp(&address.getV6IpAddrAsBinaryString(), &in6addr_any, 16), 0);
-    EXPECT_EQ(address.getNetMaskSize(), 0xFFFFFFFFu);
-    EXPECT_EQ(listed(address.getIpAddrAsString(), address.getIpAddrAndMaskSizeAsString(),
-                     address.getNetAddressAsString(), address.getNetMaskAsString()),
-              "|||");
-    EXPECT_TRUE(address.setNetMaskSize(0).isErr());
-    EXPECT_FALSE(address.contains(address) || address.isValidAddress());
+    auto const in = [&](unsigned long long first, unsigned long long last)
+    { return number >> 24 >= first && number >> 24 <= last; };
+    unsigned long long const all = 1ULL << 32, hosts = size <= 32 ? all >> size : all;
+    unsigned long long const network = number / hosts;
+    bool const first = number % hosts == 0, last = number % hosts == hosts - 1;
+    bool const abc = in(0, 223), usable = in(1, 223);
+    bool const within = usable && size >= 2 && size <= 30 && network != 0 && (network + 1) * hosts != all;
+    bool const gateway = number == 0 && size == 0, host = usable && size == 32, limited = number == all - 1;
+    return std::string(in(0, 127) ? "a" : "") + (in(128, 191) ? "b" : "") + (in(192, 223) ? "c" : "") +
+           (in(224, 239) ? "d" : "") + (in(240, 255) ? "e" : "") + (abc ? "A" : "") + (in(127, 127) ? "l" : "") +
+           (number >> 8 == 0xE00000 ? "g" : "") + (gateway ? "D" : "") + (gateway || (within && first) ? "n" : "") +
+           (within && !first && !last ? "i" : "") + (gateway || (abc && first) ? "s" : "") + (limited ? "L" : "") +
+           (within && last ? "B" : "") + (number == 0 && size == 32 ? "z" : "") + (host ? "h" : "") +
+           (gateway || within || host || limited ? "v" : "");
+}
 }
 
 TEST(IpAddress, KeepsTheFormThatDaemonsCopy)
 {
-    struct
+    auto const words = [](IpAddress const& address)
     {
-        unsigned int family;
-        unsigned int word;
-        unsigned char rest[12];
-        unsigned int maskSize;
-    } fields;
-
-    IpAddress const address("192.0.2.1/24");
-    static_assert(sizeof fields == sizeof address);
-    std::memcpy(static_cast<void*>(&fields), &address, sizeof fields);
-    EXPECT_EQ(listed(fields.family, fields.word, fields.maskSize), listed(1u, 0xC0000201u, 24u));
+        unsigned int copy[6];
+        static_assert(sizeof copy == sizeof address);
+        std::memcpy(copy, static_cast<void const*>(&address), sizeof copy);
+        return listed(copy[0], copy[1], copy[2], copy[3], copy[4], copy[5]);
+    };
+    IpAddress address("192.0.2.1/24");
+    EXPECT_EQ(words(address), "1|3221225985|0|0|0|24");
+    address.init();
+    EXPECT_EQ(words(address), "0|0|0|0|0|4294967295");
+    EXPECT_TRUE(address.isEmpty() && address == IpAddress::EMPTY() && !address.contains(address));
+    EXPECT_EQ(address.getIpAddrAndMaskSizeAsString() += address.getNetMaskAsString(), "");
 }
 
 TEST(IpAddress, ReadsTheDialect)
 {
-    for (char const* text : {"1.2.3.4/24", "0.0.0.0/32", "0.0.0.0/0", "255.255.255.255/1", "::1/128", "::/0",
-                             "2001:db8::1/64", "::ffff:1.2.3.4/96"})
+    std::string const longest = "0000:0000:0000:0000:0000:0000:255.255.255.255";
+    EXPECT_EQ(parsed("1.2.3.4") + parsed("::1") + parsed(longest), "1.2.3.4/32::1/128::255.255.255.255/128");
+    std::istringstream good("1.2.3.4/24 0.0.0.0/32 0.0.0.0/0 255.255.255.255/1 ::1/128 ::/0 ::ffff:1.2.3.4/96");
+    for (std::string text; good >> text;)
         EXPECT_EQ(parsed(text), text);
-    EXPECT_EQ(parsed("1.2.3.4") + parsed("::1"), "1.2.3.4/32::1/128");
-    for (char const* text :
-         {"",          "1.2.3",      "1.2.3.4/",   "1.2.3.4/33", "1.2.3.4/024", "1.2.3.4x", "1.2.3.4:",   "01.2.3.4",
-          "1.2.3.256", "1.2.3.1111", " 1.2.3.4",   "1.2.3.4 ",   "/",           "/64",      "::/",        "::/129",
-          "::1/024",   "::1/1111",   "::1/64/64",  "::1/6x",     "::1%eth0",    "[::1]",    "1.2.3.4/-1", "::/ 1",
-          "1::2::3",   "0x1.2.3.4",  "::1.2.3.04", "12345::",    "1.2.3.4/2/2", "::/+1"})
+    std::istringstream bad(
+        "1.2.3 1.2.3.4/ 1.2.3.4/33 1.2.3.4/024 1.2.3.4x 1.2.3.4: 01.2.3.4 1.2.3.256 1.2.3.1111 / /64 "
+        "::/ ::/129 ::1/024 ::1/1111 ::1/64/64 ::1/6x ::1%eth0 [::1] 1.2.3.4/-1 1::2::3 12345:: ::/+1");
+    for (std::string text; bad >> text;)
         EXPECT_EQ(parsed(text), "") << text;
-    for (std::string const& text : {"1.2.3.4\0"s, "::1\0"s, "::1\0/64"s, "::1/64\0"s, "1.2.3.4/2\0"s, "::1\0x"s})
-        EXPECT_EQ(parsed(text), "") << "a zero is no end";
-    EXPECT_EQ(parsed(std::string(100000, ':')), "");
+    for (std::string const& text : {""s, " 1.2.3.4"s, "1.2.3.4 "s, "::/ 1"s, longest + "x", longest + "5/8",
+                                    std::string(100000, ':'), "1.2.3.4\0"s, "::1\0"s, "::1\0/64"s, "::1/64\0"s})
+        EXPECT_EQ(parsed(text), "") << text;
 }
 
 TEST(IpAddress, ReadsAndPrintsWhatTheSystemDoes)
 {
     std::mt19937 random(81);
-    std::string const letters = "0123456789.:/abfxF %-\0"s + "100";
+    std::string const letters = "0123456789.:/abfxF %-\0"s;
     int accepted = 0;
-    for (int i = 0; i < 40000; i++)
+    for (int i = 0; i < 20000; i++)
     {
         std::string text = randomAddress(random);
         EXPECT_EQ(parsed(text), reference(text)) << text;
@@ -119,22 +141,18 @@ TEST(IpAddress, ReadsAndPrintsWhatTheSystemDoes)
         ASSERT_EQ(parsed(text), expected) << text;
         accepted += expected.empty() ? 0 : 1;
     }
-    EXPECT_GT(accepted, 10000);
-    EXPECT_LT(accepted, 35000);
+    EXPECT_TRUE(accepted > 5000 && accepted < 18000) << accepted;
 }
 
 TEST(IpAddress, AFailingSetterChangesNothing)
 {
     IpAddress address("192.0.2.1/24");
-    IpAddress const before(address);
-    EXPECT_EQ(address.setIpAddrAsString("::1/129"), XCODE_FAILURE);
-    EXPECT_EQ(address.setIpAddrAsString("1.2.3.4/33"), XCODE_FAILURE);
-    EXPECT_EQ(address.setNetMaskSize(33), XCODE_FAILURE);
-    EXPECT_EQ(address.setV4NetMaskAsBinaryUInt32(0xFF00FF00), XCODE_FAILURE);
-    EXPECT_EQ(address.setV6NetMaskAsBinaryString(bytesOf("ffff::1")), XCODE_FAILURE);
+    EXPECT_TRUE(address.setIpAddrAsString("::1/129").isErr() && address.setIpAddrAsString("1.2.3.4/33").isErr());
+    EXPECT_TRUE(address.setNetMaskSize(33).isErr() && address.setV4NetMaskAsBinaryUInt32(0xFF00FF00).isErr());
+    EXPECT_TRUE(address.setV6NetMaskAsBinaryString(bytesOf("ffff::1")).isErr());
     for (char const* mask : {"", "255.0.255.0", "255.255.255.0x", "255.255.255.00", "ffff::1", "ffff::/16", "24"})
-        EXPECT_EQ(address.setNetMaskAsString(mask), XCODE_FAILURE) << mask;
-    EXPECT_EQ(address, before);
+        EXPECT_TRUE(address.setNetMaskAsString(mask).isErr()) << mask;
+    EXPECT_EQ(address, IpAddress("192.0.2.1/24"));
     EXPECT_TRUE(IpAddress("192.0.2.1", "255.0.255.0").isEmpty() && IpAddress("192.0.2", "255.0.0.0").isEmpty());
     EXPECT_TRUE(IpAddress(0xC0000201, 0xFF00FF00).isEmpty() && IpAddress(0xC0000201, 33).isEmpty());
     EXPECT_TRUE(IpAddress(bytesOf("::1"), 129).isEmpty() && IpAddress(bytesOf("::1"), bytesOf("::1")).isEmpty());
@@ -142,35 +160,24 @@ TEST(IpAddress, AFailingSetterChangesNothing)
 
 TEST(IpAddress, MasksOfEverySizeComeBackFromEachForm)
 {
-    for (unsigned int size = 0; size <= 32; size++)
-    {
-        IpAddress const address(0xC0A8FFFE, size);
-        auto const mask = static_cast<unsigned int>(0xFFFFFFFF00000000 >> size);
-        EXPECT_EQ(address.getV4NetMaskAsBinaryUInt32(), mask);
-        EXPECT_EQ(address.getV4NetAddrAsBinaryUInt32(), 0xC0A8FFFE & mask);
-        EXPECT_EQ(IpAddress("192.168.255.254", address.getNetMaskAsString()), address);
-        EXPECT_EQ(IpAddress(0xC0A8FFFE, mask), address);
-    }
     Ipv6Address const bytes = bytesOf("1234:5678:9abc:def0:fedc:ba98:7654:3210");
     for (unsigned int size = 0; size <= 128; size++)
     {
-        IpAddress const address(bytes, size);
-        Ipv6Address mask, network;
-        address.getV6NetMaskAsBinaryString(mask);
-        address.getV6NetAddrAsBinaryString(network);
-        EXPECT_EQ(IpAddress(bytes, mask), address);
-        EXPECT_EQ(IpAddress(bytes, 0).setNetMaskAsString(address.getNetMaskAsString()), XCODE_SUCCESS);
+        auto const mask = static_cast<unsigned int>(0xFFFFFFFF00000000 >> std::min(size, 32u));
+        IpAddress const v4(0xC0A8FFFE, size <= 32 ? size : mask), v6(bytes, size);
+        EXPECT_EQ(v4.getV4NetMaskAsBinaryUInt32(), mask);
+        EXPECT_EQ(v4.getV4NetAddrAsBinaryUInt32(), 0xC0A8FFFE & mask);
+        EXPECT_EQ(IpAddress(0xC0A8FFFE, mask), v4);
+        EXPECT_EQ(IpAddress("192.168.255.254", v4.getNetMaskAsString()), v4);
+
+        Ipv6Address v6Mask, network;
+        v6.getV6NetMaskAsBinaryString(v6Mask);
+        v6.getV6NetAddrAsBinaryString(network);
+        EXPECT_EQ(IpAddress(bytes, v6Mask), v6);
+        EXPECT_EQ(IpAddress("1234:5678:9abc:def0:fedc:ba98:7654:3210", v6.getNetMaskAsString()), v6);
         for (unsigned int bit = 0; bit < 128; bit++)
-        {
-            unsigned int const own = bytes.bytes[bit / 8] >> (7 - bit % 8) & 1;
-            ASSERT_EQ(mask.bytes[bit / 8] >> (7 - bit % 8) & 1, bit < size ? 1 : 0);
-            ASSERT_EQ(network.bytes[bit / 8] >> (7 - bit % 8) & 1, bit < size ? static_cast<int>(own) : 0);
-        }
+            ASSERT_EQ((network.bytes[bit / 8] ^ (bit < size ? bytes.bytes[bit / 8] : 0)) >> (7 - bit % 8) & 1, 0);
     }
-    EXPECT_EQ(listed(IpAddress("10.1.2.3/8").getNetAddressAsString(), IpAddress("10.1.2.3/8").getNetMaskAsString(),
-                     IpAddress("2001:db8::1/32").getNetAddressAsString(),
-                     IpAddress("2001:db8::1/32").getNetMaskAsString()),
-              "10.0.0.0|255.0.0.0|2001:db8::|ffff:ffff::");
 }
 
 TEST(IpAddress, SettersLeaveTheOtherFieldsAlone)
@@ -179,174 +186,83 @@ TEST(IpAddress, SettersLeaveTheOtherFieldsAlone)
     address.setV4IpAddrAsBinaryUInt32(0xC0000201);
     EXPECT_EQ(address.getIpAddrAndMaskSizeAsString(), "192.0.2.1/4294967295");
     EXPECT_EQ(address.getNetMaskAsString(), "0.0.0.0");
-    EXPECT_FALSE(address.isHostType());
+    EXPECT_EQ(address.embedIntoV6().getIpAddrAndMaskSizeAsString(), "::192.0.2.1/95");
     EXPECT_EQ(address.setNetMaskSize(0), XCODE_SUCCESS);
+    EXPECT_EQ(address.embedIntoV6(), IpAddress("::192.0.2.1/96"));
     EXPECT_EQ(address.setNetMaskAsString("255.255.255.0"), XCODE_SUCCESS);
     EXPECT_EQ(address, IpAddress("192.0.2.1/24"));
-
     address.setV6IpAddrAsBinaryString(bytesOf("::1"));
-    EXPECT_EQ(address.getIpAddrAndMaskSizeAsString(), "::1/24");
+    EXPECT_EQ(address.embedIntoV6(), IpAddress("::1/24"));
     EXPECT_EQ(address.setNetMaskSize(33), XCODE_SUCCESS);
     EXPECT_EQ(address.setV4NetMaskAsBinaryUInt32(0xFFFF0000), XCODE_SUCCESS);
     EXPECT_EQ(address.getIpAddrAndMaskSizeAsString(), "0.0.0.0/16") << "the mask takes its family along";
-
-    IpAddress unset;
-    unset.setV6IpAddrAsBinaryString(bytesOf("2001:db8::1"));
-    EXPECT_EQ(unset.getNetAddressAsString(), "2001:db8::1");
-    EXPECT_EQ(unset.getV4IpAddrAsBinaryUInt32(), 0x20010db8u);
+    address.init();
+    address.setV6IpAddrAsBinaryString(bytesOf("2001:db8::1"));
+    EXPECT_EQ(address.getNetAddressAsString(), "2001:db8::1");
+    EXPECT_EQ(address.getV4IpAddrAsBinaryUInt32(), 0x20010db8u);
+    EXPECT_EQ(kindsOf(address), "nisv");
 }
 
 TEST(IpAddress, EqualityAndContainmentLookAtWhatTheyShould)
 {
-    EXPECT_EQ(IpAddress(0xC0000201, 24), IpAddress(0xC0000201, 0xFFFFFF00));
-    EXPECT_NE(IpAddress("192.0.2.1/24"), IpAddress("192.0.2.1"));
-    EXPECT_NE(IpAddress("192.0.2.1"), IpAddress("192.0.2.2"));
-    EXPECT_NE(IpAddress("::1"), IpAddress("::2"));
-    EXPECT_NE(IpAddress("0.0.0.0/32"), IpAddress("::/32"));
+    EXPECT_TRUE(IpAddress("192.0.2.1/24") != IpAddress("192.0.2.1") && IpAddress("0.0.0.0/32") != IpAddress("::/32"));
+    EXPECT_TRUE(IpAddress("192.0.2.1") != IpAddress("192.0.2.2") && IpAddress("::1") != IpAddress("::2"));
     IpAddress reused("2001:db8::1/32");
     reused.setV4IpAddrAsBinaryUInt32(0xC0000201);
     EXPECT_EQ(reused, IpAddress("192.0.2.1")) << "bytes behind an IPv4 address don't count";
 
-    EXPECT_TRUE(IpAddress("192.0.2.0/24").contains(IpAddress("192.0.2.255/8")));
-    EXPECT_FALSE(IpAddress("192.0.2.0/24").contains(IpAddress("192.0.3.0")));
-    EXPECT_TRUE(IpAddress("0.0.0.0/0").contains(IpAddress::EMPTY()));
-    EXPECT_TRUE(IpAddress("32.1.13.0/24").contains(IpAddress("2001:dff::1"))) << "the first word, whatever the family";
-    EXPECT_TRUE(IpAddress("2001:db8::/32").contains(IpAddress("32.1.13.184")));
-    EXPECT_TRUE(IpAddress("2001:db8::/65").contains(IpAddress("2001:db8::7fff:0:0:1")));
-    EXPECT_FALSE(IpAddress("2001:db8::/65").contains(IpAddress("2001:db8::8000:0:0:1")));
-    EXPECT_TRUE(IpAddress("::/0").contains(IpAddress("ff02::1")));
+    auto const contains = [](char const* network, char const* other)
+    { return IpAddress(network).contains(IpAddress(other)); };
+    EXPECT_TRUE(contains("192.0.2.0/24", "192.0.2.255/8") && !contains("192.0.2.0/24", "192.0.3.0"));
+    EXPECT_TRUE(contains("2001:db8::/65", "2001:db8::7fff:0:0:1") &&
+                !contains("2001:db8::/65", "2001:db8::8000:0:0:1"));
+    EXPECT_TRUE(contains("32.1.13.0/24", "2001:dff::1") && contains("2001:db8::/32", "32.1.13.184")) << "first words";
+    EXPECT_TRUE(contains("0.0.0.0/0", "") && contains("::/0", "ff02::1") && !contains("::/1", "ff02::1"));
 }
 
-TEST(IpAddress, EmbedsInTheCompatibleForm)
+TEST(IpAddress, KindsEndWhereTheirRangesDo)
 {
-    EXPECT_EQ(IpAddress("192.0.2.1/24").embedIntoV6(), IpAddress("::192.0.2.1/120"));
-    EXPECT_EQ(IpAddress("2001:db8::1/64").embedIntoV6(), IpAddress("2001:db8::1/64"));
-    EXPECT_EQ(IpAddress().embedIntoV6(), IpAddress());
-    IpAddress unset;
-    unset.setV4IpAddrAsBinaryUInt32(1);
-    EXPECT_EQ(unset.embedIntoV6().getNetMaskSize(), 95u);
-}
-
-// The rules again, in numbers from 0 to 2^32 instead of bits.
-TEST(IpAddress, KindsOfV4AddressesEndWhereTheirRangesDo)
-{
-    using Number = unsigned long long;
-    auto const in = [](Number number, char const* first, char const* last)
-    { return number >= ntohl(::inet_addr(first)) && number <= ntohl(::inet_addr(last)); };
-    unsigned int const starts[] = {0x01000000, 0x0A000000, 0x40000000, 0x7F000000, 0x80000000, 0xBFFFFF00,
-                                   0xC0000000, 0xC0000200, 0xE0000000, 0xE0000100, 0xF0000000, 0xFFFFFF00};
-    for (unsigned int start : starts)
+    for (unsigned int start : {0u, 0x01000000u, 0x0A000000u, 0x40000000u, 0x7F000000u, 0x80000000u, 0xBFFFFF00u,
+                               0xC0000000u, 0xC0000200u, 0xE0000000u, 0xE0000100u, 0xF0000000u, 0xFFFFFF00u})
         for (unsigned int size : {0u, 1u, 2u, 3u, 7u, 8u, 9u, 23u, 24u, 29u, 30u, 31u, 32u, 0xFFFFFFFFu})
-            for (int step = -5; step <= 5; step++)
-                for (unsigned int offset : {0u, 0xFFu, 0xFFFFFFu, 0x3FFFFFFFu})
+            for (unsigned int offset : {0u, 0xFFu, 0xFFFFFFu, 0x3FFFFFFFu})
+                for (unsigned int number = start + offset - 5; number != start + offset + 6; number++)
                 {
-                    Number const number = static_cast<unsigned int>(start + offset + static_cast<unsigned int>(step));
-                    IpAddress address(static_cast<unsigned int>(number), 0u);
-                    if (size <= 32)
-                        address.setNetMaskSize(size);
-                    else
-                        (address.init(), address.setV4IpAddrAsBinaryUInt32(static_cast<unsigned int>(number)));
-
-                    Number const hosts = Number{1} << (size <= 32 ? 32 - size : 32);
-                    Number const network = number / hosts;
-                    bool const first = number % hosts == 0, last = number % hosts == hosts - 1;
-                    bool const abc = in(number, "0.0.0.0", "223.255.255.255");
-                    bool const usable = abc && number >= 1 << 24;
-                    bool const within =
-                        usable && size >= 2 && size <= 30 && network != 0 && (network + 1) * hosts != Number{1} << 32;
-                    bool const gateway = number == 0 && size == 0;
-                    bool const host = usable && size == 32, limited = number == 0xFFFFFFFF;
-                    auto const expected = listed(
-                        in(number, "0.0.0.0", "127.255.255.255"), in(number, "128.0.0.0", "191.255.255.255"),
-                        in(number, "192.0.0.0", "223.255.255.255"), in(number, "224.0.0.0", "239.255.255.255"),
-                        in(number, "240.0.0.0", "255.255.255.255"), abc, in(number, "127.0.0.0", "127.255.255.255"),
-                        in(number, "224.0.0.0", "224.0.0.255"), gateway, number == 0 && size == 32,
-                        gateway || (within && first), gateway || (abc && first), within && !first && !last, limited,
-                        within && last, host, gateway || within || host || limited);
-                    ASSERT_EQ(listed(address.isV4ClassA(), address.isV4ClassB(), address.isV4ClassC(),
-                                     address.isV4ClassD(), address.isV4ClassE(), address.isV4ClassABC(),
-                                     address.isLoopback(), address.isV4LocalGroup(), address.isDefGwType(),
-                                     address.isZeroHostAddress(), address.isNetType(), address.isValidSubnetMaskType(),
-                                     address.isIfaceType(), address.isV4LimBcType(), address.isV4DirBcType(),
-                                     address.isHostType(), address.isValidAddress()),
-                              expected)
+                    IpAddress address;
+                    address.setV4IpAddrAsBinaryUInt32(number);
+                    address.setNetMaskSize(size);
+                    ASSERT_EQ(kindsOf(address), v4KindsOf(number, size))
                         << address.getIpAddrAndMaskSizeAsString().c_str();
-                    ASSERT_FALSE(address.isV6UnicastOrAnycast() || address.isV6LinkLocal() || address.isV6Multicast());
                 }
-}
-
-TEST(IpAddress, KindsOfV6Addresses)
-{
-    auto const kinds = [](IpAddress const& address)
-    {
-        std::string letters;
-        auto const add = [&](char letter, bool is) { letters += is ? std::string(1, letter) : ""; };
-        add('l', address.isLoopback());
-        add('d', address.isDefGwType());
-        add('z', address.isZeroHostAddress());
-        add('n', address.isNetType() && address.isValidSubnetMaskType() && address.isIfaceType());
-        add('u', address.isV6UnicastOrAnycast() && address.isHostType());
-        add('k', address.isV6LinkLocal());
-        add('m', address.isV6Multicast());
-        bool const v4 = address.isV4ClassA() || address.isV4ClassB() || address.isV4ClassC() || address.isV4ClassD() ||
-                        address.isV4ClassE() || address.isV4ClassABC() || address.isV4LocalGroup() ||
-                        address.isV4LimBcType() || address.isV4DirBcType();
-        add('?', v4 || !address.isValidAddress());
-        return letters;
-    };
-    std::pair<char const*, char const*> const table[] = {
-        {"::1", "lnu"},     {"::1/64", "l"},    {"::2", "nu"},        {"1::1", "nu"},         {"::", "znu"},
-        {"::/0", "dn"},     {"::/1", "n"},      {"::1/0", "l"},       {"2001:db8::/32", "n"}, {"2001:db9::/31", ""},
-        {"fe7f::1", "nu"},  {"fe80::1", "nuk"}, {"febf::1", "nuk"},   {"fec0::1", "nu"},      {"fe80::1/10", ""},
-        {"fe80::/10", "n"}, {"ff00::1", "nm"},  {"ff00:0:1::", "nm"}, {"ff02::1", "nu"},      {"feff:ffff::", "nu"},
-        {"ff00:1::", "nu"}, {"ff00::/16", "n"}, {"7f00:1::", "nu"},   {"e000:1::", "nu"},     {"::7f00:1", "nu"}};
-    for (auto const& [text, expected] : table)
-    {
-        EXPECT_EQ(kinds(IpAddress(text)), expected) << text;
-    }
-    IpAddress unset;
-    unset.setV6IpAddrAsBinaryString(bytesOf("fe80::1"));
-    EXPECT_EQ(kinds(unset), "n");
+    std::istringstream table(
+        "::1 lnishvu ::1/64 lv ::2 nishvu 1::1 nishvu :: niszhvu ::/0 Dnisv ::/1 nisv ::1/0 lv 2001:db8::/32 nisv "
+        "2001:db9::/31 v fe7f:ffff:: nishvu fe80::1 nishvuk febf:ffff:: nishvuk fec0::1 nishvu fe80::1/10 v "
+        "ff00::1 nisvm ff00:0:1:: nisvm ff00:1:: nishvu ff02::1 nishvu ff00::/16 nisv 7f00:1:: nishvu");
+    for (std::string text, kinds; table >> text >> kinds;)
+        EXPECT_EQ(kindsOf(IpAddress(text.c_str())), kinds) << text;
 }
 
 TEST(IpAddress, NumbersAreReadInPieces)
 {
-    struct Row
+    auto const read = [](char const* text, int digits, unsigned int maximum, int position)
     {
-        char const* text;
-        int digits, from;
-        unsigned int maximum;
-        bool result;
-        int position;
-        unsigned int value;
-    };
-
-    for (Row const& row :
-         {Row{"123x", 3, 0, 255, true, 3, 123}, Row{"1234", 3, 0, 255, true, 3, 123},
-          Row{"256", 3, 0, 255, false, 3, 256}, Row{"010", 3, 0, 255, true, 1, 0}, Row{"x", 3, 0, 255, false, 0, 0},
-          Row{"a7", 3, 1, 255, true, 2, 7}, Row{"7", 3, -1, 255, false, -1, 0}, Row{"7", 3, 5, 255, false, 5, 0},
-          Row{"99", 3, 0, 50, true, 2, 99}, Row{"99", 2, 0, 50, false, 2, 99}})
-    {
-        int position = row.from;
         unsigned int value = 77;
-        bool const result = IpAddress::s_getNumberOfString(row.text, row.digits, row.maximum, position, value);
-        EXPECT_EQ(listed(result, position, value), listed(row.result, row.position, row.value)) << row.text;
-    }
+        bool const result = IpAddress::s_getNumberOfString(text, digits, maximum, position, value);
+        return listed(result, position, value);
+    };
+    EXPECT_EQ(listed(read("1234", 3, 255, 0), read("010", 3, 255, 0), read("a7", 3, 255, 1), read("99", 3, 50, 0)),
+              "true|3|123|true|1|0|true|2|7|true|2|99");
+    EXPECT_EQ(listed(read("256", 3, 255, 0), read("x", 3, 255, 0), read("7", 3, 255, -1), read("7", 3, 255, 5)),
+              "false|3|256|false|0|0|false|-1|0|false|5|0");
     int position = 1;
     EXPECT_TRUE(IpAddress::s_getCharOfString("ab", position, 'b') && position == 2);
     EXPECT_FALSE(IpAddress::s_getCharOfString("ab", position, 'b') || position != 2);
-    EXPECT_TRUE(IpAddress::s_getCharOfString("ab", position, '\0')) << "outside stands the character 0";
-    unsigned int size = 7;
-    EXPECT_TRUE(IpAddress::s_isV4MaskValid(0, size) && size == 0);
-    EXPECT_FALSE(IpAddress::s_isV4MaskValid(0xF0000001, size) || size != 4);
-    EXPECT_FALSE(IpAddress::s_isV6MaskValid(bytesOf("ffff:fff0:0:1::"), size));
 }
 
 TEST(IpAddress, PortsStandBehindAddresses)
 {
     EXPECT_EQ(listed(hostPortStr(IpAddress("192.0.2.1/24"), 80), hostPortStr(IpAddress("2001:db8::1"), 65535),
                      hostPortStr(0xC0000201u, 4294967295u), hostPortStr(bytesOf("::1"), 1),
-                     hostPortStr(String("10.0.0.1"), 8), hostPortStr("::1", 8)),
-              "192.0.2.1:80|[2001:db8::1]:65535|192.0.2.1:4294967295|[::1]:1|10.0.0.1:8|[::1]:8");
-    EXPECT_EQ(listed(hostPortStr("bad", 80), hostPortStr(String("bad"), 0), hostPortStr("::1", 0)), ":80||::1");
+                     hostPortStr(String("10.0.0.1"), 8), hostPortStr("::1", 0), hostPortStr("bad", 80)),
+              "192.0.2.1:80|[2001:db8::1]:65535|192.0.2.1:4294967295|[::1]:1|10.0.0.1:8|::1|:80");
 }

@@ -1,6 +1,7 @@
 #include "zekovar/net/http_parser.h"
 
 #include "zekovar/foundation/tstring.h"
+#include "zekovar/net/text_view.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +11,9 @@
 
 namespace ZK
 {
+using Detail::textOf;
+using Detail::viewOf;
+
 namespace
 {
 constexpr std::string_view VERSION = "HTTP/1.1";
@@ -17,17 +21,6 @@ constexpr std::string_view LINE_END = "\r\n";
 constexpr std::string_view HEAD_END = "\r\n\r\n";
 constexpr std::string_view CONTENT_LENGTH = "Content-Length";
 constexpr std::string_view BLANKS = " \t\n\v\f\r";
-
-std::string_view viewOf(String const& text)
-{
-    return {text.c_str(), static_cast<std::size_t>(text.length())};
-}
-
-String textOf(std::string_view view)
-{
-    int const size = static_cast<int>(view.size());
-    return String(view.data(), size, 0, size);
-}
 
 void append(String& text, std::string_view piece)
 {
@@ -60,12 +53,18 @@ std::string_view trimmed(std::string_view text)
     return text.substr(start, text.find_last_not_of(BLANKS) + 1 - start);
 }
 
-unsigned int countLines(std::string_view head)
+/// The position of the first empty line's start, the end of the line in front of it included, and the number of lines
+/// before that; npos without an empty line.
+std::size_t findHeadEnd(std::string_view data, unsigned int& lines)
 {
-    unsigned int count = 1;
-    for (std::size_t at = 0; (at = head.find(LINE_END, at)) != std::string_view::npos; at += LINE_END.size())
-        count++;
-    return count;
+    lines = 0;
+    for (std::size_t at = 0; (at = data.find(LINE_END, at)) != std::string_view::npos; at += LINE_END.size())
+    {
+        lines++;
+        if (data.compare(at, HEAD_END.size(), HEAD_END) == 0)
+            return at;
+    }
+    return std::string_view::npos;
 }
 
 bool isNamed(HttpParser::Header const& header, std::string_view name)
@@ -138,9 +137,13 @@ XCode HttpParser::parse(TString<char>& buffer)
 XCode HttpParser::readMessage(std::string_view data, int& consumed)
 {
     reset();
-    std::size_t const end = data.find(HEAD_END);
+    unsigned int lines = 0;
+    std::size_t const end = findHeadEnd(data, lines);
     if (end == std::string_view::npos)
         return INCOMPLETE;
+    // all at once: in the vector's own steps of two, many headers would take forever
+    if (!m_headers.enlarge(lines))
+        return XCode(XCODE_ERRNO + ENOMEM);
     XCode code = readLines(data.substr(0, end));
     consumed = static_cast<int>(end + HEAD_END.size());
     if (code.isSuccess())
@@ -157,9 +160,6 @@ XCode HttpParser::readMessage(std::string_view data, int& consumed)
 
 XCode HttpParser::readLines(std::string_view head)
 {
-    // in steps of two, many headers would take forever
-    if (!m_headers.enlarge(countLines(head)))
-        return XCode(XCODE_ERRNO + ENOMEM);
     std::string_view line = takePiece(head, LINE_END);
     XCode code = line.starts_with(VERSION) ? readStatusLine(line) : readRequestLine(line);
     while (code.isSuccess() && !(line = takePiece(head, LINE_END)).empty())
@@ -171,7 +171,8 @@ XCode HttpParser::readBody(std::string_view data, int& consumed)
 {
     // read with 64 bits: a size that is too long for 32 mustn't turn into a small one
     unsigned long long size = 0;
-    if (!findHeader(CONTENT_LENGTH, 0).toUInt64(size))
+    String const& header = findHeader(CONTENT_LENGTH, 0);
+    if (header.isEmpty() || !header.toUInt64(size))
         return XCODE_SUCCESS;
     data.remove_prefix(static_cast<std::size_t>(consumed));
     if (size > data.size())

@@ -6,7 +6,11 @@
 
 namespace
 {
+constexpr unsigned int V4_BITS = 32;
+constexpr unsigned int V6_BITS = 128;
 constexpr int V4_OCTETS = 4;
+constexpr int OCTET_DIGITS = 3;
+constexpr unsigned int OCTET_MAXIMUM = 255;
 
 void printV4(String& text, unsigned int address)
 {
@@ -32,37 +36,62 @@ void printV6(String& text, Ipv6Address const& address)
     text = ::inet_ntop(AF_INET6, address.bytes, buffer, sizeof buffer - 1);
 }
 
-bool readDottedQuad(String const& text, int& position, unsigned int& word)
+/// As `IpAddress::s_getNumberOfString`, in text that ends with a zero.
+inline bool readNumber(char const*& at, int maxDigits, unsigned int maxValue, unsigned int& value)
 {
-    word = 0;
-    for (int i = 0; i < V4_OCTETS; i++)
+    value = 0;
+    for (int i = 0; i < maxDigits; i++)
     {
-        unsigned int octet = 0;
-        if ((i > 0 && !IpAddress::s_getCharOfString(text, position, '.')) ||
-            !IpAddress::s_getV4IpAddrTokenOfString(text, position, octet))
+        auto const digit = static_cast<unsigned int>(*at - '0');
+        if (digit > 9)
+            return i > 0;
+        at++;
+        if (i == 0 && digit == 0)
+            return true;
+        value = value * 10 + digit;
+    }
+    return value <= maxValue;
+}
+
+inline bool readOctet(char const*& at, unsigned int& octet)
+{
+    return readNumber(at, OCTET_DIGITS, OCTET_MAXIMUM, octet);
+}
+
+bool readDottedQuad(char const*& at, unsigned int& word)
+{
+    unsigned int octet = 0;
+    if (!readOctet(at, word))
+        return false;
+    for (int i = 1; i < V4_OCTETS; i++)
+    {
+        if (*at != '.' || !readOctet(++at, octet))
             return false;
         word = word << 8 | octet;
     }
     return true;
 }
 
-/// Reads "/" and a number of up to `maxDigits` digits that ends the text.
-bool readPrefix(String const& text, int position, int maxDigits, unsigned int maxValue, unsigned int& size)
-{
-    return IpAddress::s_getCharOfString(text, position, '/') &&
-           IpAddress::s_getNumberOfString(text, maxDigits, maxValue, position, size) && position == text.length();
-}
-
-/// Reads all of `length` characters; a zero among them is no end.
-bool readV6(char const* text, int length, Ipv6Address& address)
+/// Reads an IPv6 address that ends at a zero or at '/', and moves `at` there.
+bool readV6(char const*& at, Ipv6Address& address)
 {
     char copy[INET6_ADDRSTRLEN]; // no address is longer
-    auto const size = static_cast<std::size_t>(length);
-    if (size >= sizeof copy || std::memchr(text, '\0', size) != nullptr)
-        return false;
-    std::memcpy(copy, text, size);
+    std::size_t size = 0;
+    while (at[size] != '\0' && at[size] != '/' && size < sizeof copy - 1)
+    {
+        copy[size] = at[size];
+        size++;
+    }
     copy[size] = '\0';
+    at += size;
     return ::inet_pton(AF_INET6, copy, address.bytes) == 1;
+}
+
+/// Reads "/" and a number of up to `maxDigits` digits, unless `at` is the end. False if the text goes on behind it; a
+/// zero within the text is no end.
+bool readPrefix(char const* at, char const* end, int maxDigits, unsigned int maxValue, unsigned int& size)
+{
+    return at == end || (*at == '/' && readNumber(++at, maxDigits, maxValue, size) && at == end);
 }
 }
 
@@ -133,58 +162,56 @@ String IpAddress::getNetMaskAsString() const
 
 XCode IpAddress::setIpAddrAsString(String const& text)
 {
-    int position = 0;
+    char const* at = text.c_str();
+    char const* const end = at + text.length();
     unsigned int word = 0;
-    if (readDottedQuad(text, position, word))
+    unsigned int size = V4_BITS;
+    if (readDottedQuad(at, word))
     {
-        unsigned int size = 32;
-        if (position != text.length() && !readPrefix(text, position, 2, 32, size))
+        if (!readPrefix(at, end, 2, V4_BITS, size))
             return XCODE_FAILURE;
-        *this = IpAddress(word, size);
+        m_address = {};
+        setV4IpAddrAsBinaryUInt32(word);
+        m_maskSize = size;
         return XCODE_SUCCESS;
     }
 
-    auto const* const slash =
-        static_cast<char const*>(std::memchr(text.c_str(), '/', static_cast<std::size_t>(text.length())));
-    int const length = slash != nullptr ? static_cast<int>(slash - text.c_str()) : text.length();
-    unsigned int size = 128;
+    at = text.c_str();
+    size = V6_BITS;
     Ipv6Address address;
-    if ((slash != nullptr && !readPrefix(text, length, 3, 128, size)) || !readV6(text.c_str(), length, address))
+    if (!readV6(at, address) || !readPrefix(at, end, 3, V6_BITS, size))
         return XCODE_FAILURE;
-    *this = IpAddress(address, size);
+    setV6IpAddrAsBinaryString(address);
+    m_maskSize = size;
     return XCODE_SUCCESS;
 }
 
 XCode IpAddress::setNetMaskAsString(String const& text)
 {
-    int position = 0;
+    char const* at = text.c_str();
+    char const* const end = at + text.length();
     unsigned int word = 0;
-    if (readDottedQuad(text, position, word) && position == text.length())
+    if (readDottedQuad(at, word) && at == end)
         return setV4NetMaskAsBinaryUInt32(word);
+    at = text.c_str();
     Ipv6Address mask;
-    return readV6(text.c_str(), text.length(), mask) ? setV6NetMaskAsBinaryString(mask) : XCode(XCODE_FAILURE);
+    return readV6(at, mask) && at == end ? setV6NetMaskAsBinaryString(mask) : XCode(XCODE_FAILURE);
 }
 
 bool IpAddress::s_getNumberOfString(String const& text, int maxDigits, unsigned int maxValue, int& position,
                                     unsigned int& value)
 {
-    value = 0;
-    for (int i = 0; i < maxDigits; i++)
-    {
-        char const digit = text[position];
-        if (digit < '0' || digit > '9')
-            return i > 0;
-        position++;
-        if (i == 0 && digit == '0')
-            return true;
-        value = value * 10 + static_cast<unsigned int>(digit - '0');
-    }
-    return value <= maxValue;
+    bool const inside = position >= 0 && position < text.length();
+    char const* const start = inside ? text.c_str() + position : "";
+    char const* at = start;
+    bool const result = readNumber(at, maxDigits, maxValue, value);
+    position += static_cast<int>(at - start);
+    return result;
 }
 
 bool IpAddress::s_getV4IpAddrTokenOfString(String const& text, int& position, unsigned int& value)
 {
-    return s_getNumberOfString(text, 3, 255, position, value);
+    return s_getNumberOfString(text, OCTET_DIGITS, OCTET_MAXIMUM, position, value);
 }
 
 bool IpAddress::s_getCharOfString(String const& text, int& position, char c)

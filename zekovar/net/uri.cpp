@@ -2,22 +2,19 @@
 
 #include "zekovar/foundation/string.h"
 #include "zekovar/net/ip_address.h"
+#include "zekovar/net/text_view.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <string_view>
+
+using ZK::Detail::textOf;
+using ZK::Detail::viewOf;
 
 namespace
 {
 constexpr unsigned int HIGHEST_PORT = 65535;
 constexpr std::string_view BRACKETS = "[]";
-
-String textOf(std::string_view view)
-{
-    int const size = static_cast<int>(view.size());
-    return String(view.data(), size, 0, size);
-}
 
 /// Takes everything in front of `end` off the front of `rest`; all of it for an `end` behind the text.
 std::string_view take(std::string_view& rest, std::size_t end)
@@ -30,7 +27,7 @@ std::string_view take(std::string_view& rest, std::size_t end)
 /// Takes a user with its '@' off the front of a host.
 std::string_view takeUser(std::string_view& host)
 {
-    return take(host, host.find('@') + 1);
+    return take(host, host.find('@') + 1); // nothing if there is none
 }
 
 /// Takes a ':' and what follows it off the end of `net`, unless they stand within brackets. False if they are no port.
@@ -113,16 +110,26 @@ constexpr Kept HTML5 = withPlus(keeping("-._*"));
 String encode(String const& text, Kept const& kept)
 {
     constexpr char DIGITS[] = "0123456789ABCDEF";
+    auto const keptFor = [&](char character) { return kept[static_cast<unsigned char>(character)]; };
+    std::string_view const source = viewOf(text);
+    auto const escaped = std::count_if(source.begin(), source.end(), [&](char each) { return keptFor(each) == 0; });
+    long long const length = text.length() + 2LL * escaped;
     String encoded;
-    encoded.reserve(text.length());
-    for (char const *each = text.c_str(), *const end = each + text.length(); each != end; ++each)
+    if (length > String::Store::MAX_LENGTH || !encoded.native_alloc(static_cast<int>(length)))
+        return encoded;
+
+    char* out = encoded.data();
+    for (char const character : source)
     {
-        auto const byte = static_cast<unsigned char>(*each);
-        char const escape[] = {'%', DIGITS[byte >> 4], DIGITS[byte & 0xF]};
-        if (kept[byte] != 0)
-            encoded += kept[byte];
-        else
-            encoded.concat(escape, sizeof escape);
+        auto const byte = static_cast<unsigned char>(character);
+        if (keptFor(character) != 0)
+        {
+            *out++ = keptFor(character);
+            continue;
+        }
+        *out++ = '%';
+        *out++ = DIGITS[byte >> 4];
+        *out++ = DIGITS[byte & 0xF];
     }
     return encoded;
 }
@@ -135,7 +142,7 @@ XCode UriUtil::splitUri(String const& uri, String& protocol, String& host, unsig
     for (String* output : {&protocol, &host, &path, &error})
         *output = String();
     port = 0;
-    error = split({text.c_str(), static_cast<std::size_t>(text.length())}, protocol, host, port, path);
+    error = split(viewOf(text), protocol, host, port, path);
     return testExpression(error.isEmpty());
 }
 
@@ -156,7 +163,7 @@ String UriUtil::buildUri(String const& protocol, String const& host, unsigned in
     uri += ':';
     if (!host.isEmpty())
     {
-        std::string_view rest(host.c_str(), static_cast<std::size_t>(host.length()));
+        std::string_view rest = viewOf(host);
         String const user = textOf(takeUser(rest));
         String const address = textOf(rest);
         bool const isV6 = IpAddress(address).getNetAddressType() == IpAddress::NetAddressType::IPV6;
