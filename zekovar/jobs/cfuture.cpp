@@ -2,6 +2,7 @@
 
 #include "zekovar/diagnostics/log.h"
 #include "zekovar/diagnostics/repository.h"
+#include "zekovar/jobs/executor_record.h"
 #include "zekovar/jobs/job_supervisor.h"
 
 #include <cerrno>
@@ -26,11 +27,7 @@ XCode wrongState(IFuture::State state)
 }
 
 CFuture::CFuture(IJob* job)
-    : m_job(job),
-      m_executorPrivateData(nullptr),
-      m_state(State::init),
-      m_stateLock(Time::Source::REALTIME),
-      m_status(NO_RESULT)
+    : m_job(job), m_executorPrivateData(nullptr), m_state(State::init), m_stateLock(true), m_status(NO_RESULT)
 {
     JobSupervisor::INSTANCE().addUnfinished(this);
     RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Created", getTag().c_str());
@@ -39,7 +36,7 @@ CFuture::CFuture(IJob* job)
 CFuture::~CFuture()
 {
     RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Destroyed", getTag().c_str());
-    JobSupervisor::INSTANCE().removeFuture(this);
+    JobSupervisor::INSTANCE().remove(this, Detail::descriptionOf(m_job.getObj()));
 }
 
 String CFuture::getTag() const
@@ -64,19 +61,19 @@ IFuture::State CFuture::getState() const
 
 ZKPtr<IExecutor> CFuture::getExecutor()
 {
-    ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+    ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
     return m_executor;
 }
 
 void* CFuture::getExecutorPrivateData()
 {
-    ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+    ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
     return m_executorPrivateData;
 }
 
 XCode CFuture::getStatus() const
 {
-    ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+    ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
     return m_status;
 }
 
@@ -84,7 +81,7 @@ void CFuture::getFutureDescription(Description& description) const
 {
     description.jobDescription = m_job ? m_job->getJobDescription() : String();
     description.future = const_cast<CFuture*>(this);
-    ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+    ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
     description.state = m_state;
     description.executor = m_executor.getObj();
 }
@@ -95,12 +92,21 @@ void CFuture::setState(State state, String const& tag)
     m_state = state;
 }
 
+/// Wakes all waiters: the release of the lock reaches one, whose own release reaches the next. One that hasn't fallen
+/// asleep yet holds the lock until it does.
+void CFuture::endAs(State state, String const& tag)
+{
+    setState(state, tag);
+    if (m_end)
+        ZKAutoLock<ConditionalExpression> const wakeUp(*m_end);
+}
+
 void CFuture::invoked(IExecutor* executor, void* privateData)
 {
     RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Invoked", getTag().c_str());
     String const tag = getTagIfLogging();
     ZKPtr<IExecutor> other(executor); // takes the one before along, out of the lock
-    ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+    ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
     if (hasCompleted())
         return;
     if (m_state == State::init)
@@ -124,7 +130,7 @@ XCode CFuture::tryToExecute()
 {
     String const tag = getTagIfLogging();
     {
-        ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+        ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
         State const state = m_state;
         if (state == State::executing || hasCompleted())
             return wrongState(state);
@@ -144,12 +150,12 @@ String CFuture::reportEnd(XCode const& code) const
 
 Function<void(XCode)> CFuture::settle(XCode const& code, String const& tag)
 {
-    ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+    ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
     m_status = code;
     if (m_state == State::executing)
-        setState(State::done, tag);
+        endAs(State::done, tag);
     else if (m_state == State::cancelling)
-        setState(State::cancelled, tag);
+        endAs(State::cancelled, tag);
     return m_completionObserver;
 }
 
@@ -165,26 +171,39 @@ void CFuture::done(XCode code)
 XCode CFuture::waitForCompletion()
 {
     RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Waiting for completion", getTag().c_str());
-    XCode code;
-    XCode status;
-    {
-        ZKAutoLock<ConditionalExpression> guard(m_stateLock);
-        while (code.isSuccess() && !hasCompleted())
-        {
-            code = m_stateLock.wait();
-            if (code.getValue() == XCODE_ERRNO + EINTR)
-                code = XCODE_SUCCESS;
-        }
-        status = m_status;
-    }
-    if (code.isErr())
+    if (XCode code = waitForEnd(); code.isErr())
     {
         RTD::error(MON_JOB, "[%s] FAILED TO WAIT FOR COMPLETION", getTag().c_str());
         return code;
     }
+    XCode status = getStatus();
     RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Completed with status %#8.8x: %s", getTag().c_str(), status.getRawValue(),
               status.toString().c_str());
     return status;
+}
+
+XCode CFuture::waitForEnd()
+{
+    XCode code;
+    if (hasCompleted())
+        return code;
+    ConditionalExpression& end = getEnd();
+    ZKAutoLock<ConditionalExpression> guard(end);
+    while (code.isSuccess() && !hasCompleted())
+    {
+        code = end.wait();
+        if (code.getValue() == XCODE_ERRNO + EINTR)
+            code = XCODE_SUCCESS;
+    }
+    return code;
+}
+
+ConditionalExpression& CFuture::getEnd()
+{
+    ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
+    if (!m_end)
+        m_end = std::make_unique<ConditionalExpression>(Time::Source::REALTIME);
+    return *m_end;
 }
 
 void CFuture::setCompletionObserver(Function<void(XCode)> observer)
@@ -214,7 +233,7 @@ XCode CFuture::cancelWithoutDone(int signal)
     String const tag = getTagIfLogging();
     ZKPtr<IExecutor> executor;
     {
-        ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+        ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
         State const state = m_state;
         if (state != State::invoked && state != State::executing)
             return wrongState(state);
@@ -234,7 +253,7 @@ XCode CFuture::cancelWithoutDone(int signal)
         return code;
     }
     ZKPtr<IExecutor> forgotten; // leaves after the lock
-    ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+    ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
     std::swap(m_executor, forgotten);
     m_executorPrivateData = nullptr;
     return code;

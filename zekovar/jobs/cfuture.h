@@ -4,8 +4,10 @@
 #include "zekovar/jobs/future.h"
 #include "zekovar/threads/auto_lock.h"
 #include "zekovar/threads/conditional_expression.h"
+#include "zekovar/threads/mutex_private.h"
 
 #include <atomic>
+#include <memory>
 #include <utility>
 
 namespace ZK
@@ -56,9 +58,8 @@ public:
     virtual XCode cancelWithoutDone(int signal);
 
 protected:
-    /// Guards all that changes, also what a subclass adds; recursive. Every release wakes a waiter, which looks and
-    /// passes it on, so all of them wake in the end.
-    ConditionalExpression& getStateLock() const { return m_stateLock; }
+    /// Guards all that changes, also what a subclass adds; recursive.
+    ZKMutexPrivate& getStateLock() const { return m_stateLock; }
 
     /// A copy of the status.
     XCode getStatus() const;
@@ -76,7 +77,7 @@ protected:
     template <class S>
     bool exchangeUnlessCompleted(Function<S>& stored, Function<S>& observer)
     {
-        ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+        ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
         if (hasCompleted())
             return false;
         std::swap(stored, observer);
@@ -87,7 +88,7 @@ protected:
     template <class S>
     void exchange(Function<S>& stored, Function<S>& observer)
     {
-        ZKAutoLock<ConditionalExpression> guard(m_stateLock);
+        ZKAutoLock<ZKMutexPrivate> guard(m_stateLock);
         std::swap(stored, observer);
     }
 
@@ -100,12 +101,17 @@ private:
 
     /// The lock is held.
     void setState(State state, String const& tag);
+    void endAs(State state, String const& tag);
+
+    ConditionalExpression& getEnd();
+    XCode waitForEnd();
 
     ZKPtr<IJob> m_job; // never changes
     ZKPtr<IExecutor> m_executor;
     void* m_executorPrivateData;
     std::atomic<State> m_state; // written under the lock, read by anyone
-    mutable ConditionalExpression m_stateLock;
+    mutable ZKMutexPrivate m_stateLock;
+    std::unique_ptr<ConditionalExpression> m_end; // what waiters sleep on, made by the first; most futures have none
     Function<void(XCode)> m_completionObserver;
     XCode m_status;
 };

@@ -23,7 +23,7 @@ public:
 private:
     T getResult() const
     {
-        ZKAutoLock<ConditionalExpression> guard(this->getStateLock());
+        ZKAutoLock<ZKMutexPrivate> guard(this->getStateLock());
         return m_result;
     }
 
@@ -53,7 +53,7 @@ void CFutureResult<T>::setResultObserver(Function<void(XCode, T)> observer)
 template <class T>
 void CFutureResult<T>::set(T value)
 {
-    ZKAutoLock<ConditionalExpression> guard(this->getStateLock());
+    ZKAutoLock<ZKMutexPrivate> guard(this->getStateLock());
     std::swap(m_result, value);
 }
 
@@ -66,7 +66,7 @@ void CFutureResult<T>::done(XCode code)
     T result{};
     String const tag = this->reportEnd(code);
     {
-        ZKAutoLock<ConditionalExpression> guard(this->getStateLock());
+        ZKAutoLock<ZKMutexPrivate> guard(this->getStateLock());
         completionObserver = this->settle(code, tag);
         resultObserver = m_resultObserver;
         if (resultObserver)

@@ -44,30 +44,30 @@ void JobSupervisor::removeExecutor(IExecutor* executor)
 
 void JobSupervisor::addFuture(IFuture* future)
 {
-    if (future != nullptr)
-        add({future, nullptr});
+    if (future == nullptr)
+        return;
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
+    if (!m_futures.contains(future))
+        m_futures.add(future, {future, nullptr});
 }
 
 void JobSupervisor::addUnfinished(CFuture* future)
 {
-    add({future, future});
-}
-
-void JobSupervisor::add(FutureEntry const& entry)
-{
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-    if (!m_futures.contains(entry.future))
-        m_futures.add(entry.future, entry);
+    m_futures.add(static_cast<IFuture*>(future), {future, future}); // it is new, so it isn't here yet
 }
 
 void JobSupervisor::removeFuture(IFuture* future)
 {
-    if (future == nullptr)
-        return;
-    String text = Detail::descriptionOf(future);
+    if (future != nullptr)
+        remove(future, Detail::descriptionOf(future));
+}
+
+void JobSupervisor::remove(IFuture* future, String description)
+{
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
     m_futures.remove(future);
-    std::swap(m_history[m_writeIndex % HISTORY_SIZE], text); // the one before goes without the lock
+    std::swap(m_history[m_writeIndex % HISTORY_SIZE], description); // the one before goes without the lock
     m_writeIndex++;
     if (m_writeIndex - m_readIndex > HISTORY_SIZE)
         m_readIndex++;

@@ -69,7 +69,8 @@ private:
     /// it leave: such a future is described by what `CFuture` knows, without a virtual call.
     void addUnfinished(CFuture* future);
 
-    void add(FutureEntry const& entry);
+    /// Takes the future out and adds `description` to the history.
+    void remove(IFuture* future, String description);
 
     ZKMutexPrivate m_mutex; // guards all the rest
     ZKPtrHashTable<IExecutor*> m_executors;
