@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <vector>
 
 namespace
 {
@@ -73,6 +74,38 @@ TEST(Executor, CountsWhatItDoes)
     EXPECT_EQ(exercise(ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorSingleThread("W"))), "W|3|3|1|2|1|1");
     EXPECT_EQ(exercise(ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorEventLoop(CRIT::INSTANCE(), EventPrio::NORMAL))),
               "Event Loop Crit|3|3|1|2|1|1");
+}
+
+TEST(Executor, RunsWhatIsLeftInOrderWhenManyAreCancelled)
+{
+    Executor const executor(ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorEventLoop(CRIT::INSTANCE(), EventPrio::LOW)));
+    std::vector<int> expected, started; // the latter by the loop's thread
+    std::vector<Future> futures(300);
+    {
+        ZKAutoLock<ZKEventSync> stop(CRIT::INSTANCE().getEventSync(EventPrio::LOW));
+        for (int i = 0; Future & future : futures)
+        {
+            ZKPtr<FakeJob> const job(ZK::MovePtr<FakeJob>(new FakeJob()));
+            job->work = [&started, i](ZK::IFuture* run)
+            {
+                started.push_back(i);
+                run->done(XCODE_SUCCESS);
+            };
+            EXPECT_TRUE(executor->invokeJob(job.getObj(), future));
+            if (++i % 7 != 0)
+                expected.push_back(i - 1);
+        }
+        for (unsigned int i = 0; i < futures.size(); i++) // in an order of its own, each seventh
+        {
+            unsigned int const place = i * 121 % 300;
+            EXPECT_TRUE(place % 7 != 6 || futures[place]->cancel(0));
+        }
+    }
+    for (Future const& future : futures)
+        EXPECT_TRUE(future->waitForCompletion() && !future->cancel(0));
+    EXPECT_EQ(started, expected);
+    for (Future const& future : futures)
+        EXPECT_EQ(executor->cancel(future.getObj(), 0), XCODE_FAILURE) << "its event is gone";
 }
 
 TEST(Executor, LetsGoOfWhatIsPendingAtItsEnd)

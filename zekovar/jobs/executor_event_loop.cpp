@@ -19,7 +19,7 @@ constexpr char NAME_FORMAT[] = "Event Loop %s";
 constexpr unsigned int PREFIX_LENGTH = 11; // of that format
 }
 
-/// The event of one run. It stands in the executor's set until the loop or a canceller takes it out, each of whom can
+/// The event of one run. It stands in a list of the executor until the loop or a canceller takes it out, each of whom can
 /// rely on being the only one then. The queue's reference keeps it as long as it stands there.
 class CExecutorEventLoop::JobEvent final : public ZKEvent
 {
@@ -37,15 +37,43 @@ public:
         ZKEvent::process();
     }
 
+    void linkInto(JobEvent*& newest)
+    {
+        m_older = newest;
+        if (m_older != nullptr)
+            m_older->m_place = &m_older;
+        newest = this;
+        m_place = &newest;
+    }
+
+    /// False if it isn't in a list any more.
+    bool unlink()
+    {
+        if (m_place == nullptr)
+            return false;
+        *m_place = m_older;
+        if (m_older != nullptr)
+            m_older->m_place = m_place;
+        m_place = nullptr;
+        return true;
+    }
+
+    JobEvent* getOlder() const { return m_older; }
+
     ZKPtr<CExecutorEventLoop> const executor; // not the future's, which a cancel clears
     ZKPtr<IFuture> const future;              // not the raw pointer: the caller may have dropped it
+
+private:
+    JobEvent* m_older = nullptr;
+    JobEvent** m_place = nullptr; // what points to this event; null while it is in no list
 };
 
 CExecutorEventLoop::CExecutorEventLoop(ZKEventLoop& eventLoop, EventPrio::Type priority)
     : m_record(this, String::stringOfFormat(NAME_FORMAT, eventLoop.getName().c_str())),
       m_eventLoop(eventLoop),
       m_priority(priority),
-      m_mutex(false)
+      m_mutex(false),
+      m_pending{}
 {
     JobSupervisor::INSTANCE().addExecutor(this);
 }
@@ -101,10 +129,7 @@ XCode CExecutorEventLoop::post(IJob* job, ZKPtr<IFuture>& future)
     if (code.isErr())
         return code;
     ZKPtr<JobEvent> const event(MovePtr<JobEvent>(new JobEvent(*this, future.getObj())));
-    {
-        ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-        m_pending.insert(event.getObj());
-    }
+    addPending(event.getObj());
     IFuture& run = *event->future;
     run.invoked(this, event.getObj());
     code = event->set();
@@ -137,23 +162,38 @@ void CExecutorEventLoop::onEvent(IFuture* future)
     ExecutorRecord::COUNT(m_record.executedJobs);
 }
 
+/// Where the list of the event begins: by address, so that it can be told for one that is long gone as well. Several
+/// short lists are searched faster by a canceller than one.
+CExecutorEventLoop::JobEvent*& CExecutorEventLoop::newestOf(JobEvent const* event)
+{
+    return m_pending[reinterpret_cast<uintptr_t>(event) / sizeof(JobEvent) % m_pending.size()];
+}
+
+void CExecutorEventLoop::addPending(JobEvent* event)
+{
+    ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
+    event->linkInto(newestOf(event));
+}
+
 /// Takes the event out; false if somebody else did.
 bool CExecutorEventLoop::claim(JobEvent* event)
 {
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-    return m_pending.erase(event) != 0;
+    return event->unlink();
 }
 
 /// As above, for the event that the future has as private data; null if it isn't pending. It may be long gone, so it is
 /// looked at only once it is found.
 ZKPtr<CExecutorEventLoop::JobEvent> CExecutorEventLoop::claimFor(IFuture* future)
 {
-    auto* const event = static_cast<JobEvent*>(future->getExecutorPrivateData());
+    auto const* const wanted = static_cast<JobEvent*>(future->getExecutorPrivateData());
     ZKAutoLock<ZKMutexPrivate> guard(m_mutex);
-    auto const found = m_pending.find(event);
-    if (found == m_pending.end() || !(event->future == future))
+    JobEvent* event = newestOf(wanted);
+    while (event != nullptr && event != wanted)
+        event = event->getOlder();
+    if (event == nullptr || !(event->future == future))
         return {};
-    m_pending.erase(found);
+    event->unlink();
     return event;
 }
 

@@ -6,7 +6,7 @@
 #include "zekovar/jobs/unknown.h"
 #include "zekovar/threads/mutex_private.h"
 
-#include <unordered_set>
+#include <array>
 
 class ZKEventLoop;
 
@@ -48,6 +48,8 @@ private:
 
     XCode post(IJob* job, ZKPtr<IFuture>& future);
     void onEvent(IFuture* future);
+    JobEvent*& newestOf(JobEvent const* event);
+    void addPending(JobEvent* event);
     bool claim(JobEvent* event);
     ZKPtr<JobEvent> claimFor(IFuture* future);
     char const* loopName() const;
@@ -57,6 +59,6 @@ private:
     EventPrio::Type m_priority;
 
     ZKMutexPrivate m_mutex;
-    std::unordered_set<JobEvent*> m_pending; // under m_mutex: who takes an event out runs it or cancels it
+    std::array<JobEvent*, 64> m_pending; // the newest of each list, under m_mutex, as are the links of the events
 };
 }
