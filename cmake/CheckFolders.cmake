@@ -22,7 +22,7 @@ set(sources_of_files threads)
 set(allowed_events/standard_loops.cpp jobs/executor_event_loop.h)
 # An active file belongs to a loop.
 set(allowed_files/active_file.h threads/mutex_private.h events/event_loop.h events/file_observer_fn.h events/sig.h)
-set(allowed_files/active_file.cpp events/event_sync.h events/synchronized.h ${allowed_files/active_file.h})
+set(allowed_files/active_file.cpp events/loop_standstill.h ${allowed_files/active_file.h})
 # Actions are observed like monitors.
 set(allowed_files/actions.h diagnostics/observer.h)
 # Preferences are summed.

@@ -1,7 +1,6 @@
 #include "zekovar/files/active_file.h"
 
-#include "zekovar/events/event_sync.h"
-#include "zekovar/events/synchronized.h"
+#include "zekovar/events/loop_standstill.h"
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/threads/auto_lock.h"
 
@@ -17,33 +16,6 @@ constexpr unsigned int STACK_BYTES = 16 * 1024;
 constexpr unsigned int WATCH_READ = 1;
 constexpr unsigned int WATCH_WRITE = 2;
 constexpr unsigned int WATCH_TAKE = 4; // what can be read is read
-
-/// Keeps the loop's thread out of all handlers for a scope. A loop that isn't running has none, and isn't asked.
-class LoopStandstill
-{
-public:
-    explicit LoopStandstill(ZKEventLoop& loop) : m_stop(loop.getEventSync(EventPrio::NORMAL)), m_isLocked(false)
-    {
-        bool const isInHandler = isCurrentThreadSynchronizedTo(loop);
-        while (!isInHandler && loop.isStopped() && loop.getThread().isAlive() && loop.getThread().isRunning())
-            ZKThread::SLEEP(1); // the last turn
-        if (isInHandler || !loop.isStopped())
-            m_isLocked = m_stop.lock().isSuccess();
-    }
-
-    LoopStandstill(LoopStandstill const&) = delete;
-    LoopStandstill& operator=(LoopStandstill const&) = delete;
-
-    ~LoopStandstill()
-    {
-        if (m_isLocked)
-            m_stop.unlock();
-    }
-
-private:
-    ZKEventSync& m_stop;
-    bool m_isLocked;
-};
 
 FileObserverIf::Type typeOf(unsigned int watch)
 {
@@ -210,7 +182,7 @@ void ActiveFile::updateObservers()
 
 void ActiveFile::watchWanted()
 {
-    LoopStandstill const standstill(*m_loop);
+    Detail::LoopStandstill const standstill(*m_loop);
     ZKAutoLock<ZKMutexPrivate> const guard(m_mutex);
     setWatch(wantedWatch());
 }
@@ -219,7 +191,7 @@ void ActiveFile::endWatch()
 {
     if (m_watch.load() == 0)
         return;
-    LoopStandstill const standstill(*m_loop);
+    Detail::LoopStandstill const standstill(*m_loop);
     ZKAutoLock<ZKMutexPrivate> const guard(m_mutex);
     setWatch(0);
 }
