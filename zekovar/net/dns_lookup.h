@@ -18,14 +18,15 @@ namespace ZK
 /// `getaddrinfo` can't be broken off, so the destructor waits for it, for as long as the system's name servers are
 /// given time to answer; the callback isn't called any more then, unless its call has begun.
 ///
-///     ZK::DnsLookupThread lookup("lookup", ZK::bindArgs(IO::INSTANCE().getAsyncContext(), &Link::onAddresses, &link,
-///                                                       _1, _2), "gateway.example", IpAddress::NetAddressType::IPV4, 0);
+///     auto const tell = ZK::bindArgs(IO::INSTANCE().getAsyncContext(), &Link::onAddresses, &link, _1, _2);
+///     ZK::DnsLookupThread lookup("lookup", tell, "gateway.example", IpAddress::NetAddressType::IPV4, 0);
 ///     if (XCode code = lookup.start(""); code.isErr()) return code;
 class DnsLookupThread : public ZKThread
 {
 public:
-    /// Called once for each run: a success with the addresses as text, in the system's order and each once, or a failure
-    /// with none. A failure has the text of `gai_strerror` and the value `XCODE_FAILURE`, or is the code of `errno`.
+    /// Called once for each run: a success with the addresses as text, in the system's order and each once, or a
+    /// failure with none. A failure has the text of `gai_strerror` and the value `XCODE_FAILURE`, or is the code of
+    /// `errno`.
     using Callback = Function<void(XCode, ZKVector<String>)>;
 
     /// Asks for IPv4 or IPv6 addresses alone, or for both with any other `addressType`. `flags` is kept for classes

@@ -1,0 +1,131 @@
+#include "zekovar/net/udp_socket.h"
+
+#include "tests/net/peer.h"
+
+#include <vector>
+
+using std::placeholders::_1;
+using std::placeholders::_2;
+using std::placeholders::_3;
+
+namespace
+{
+ZKPPtr<ZK::UdpSocket> makeSocket(ZKEventLoop& loop, unsigned int bufferSize)
+{
+    return ZK::MovePtr<ZK::UdpSocket>(new ZK::UdpSocket(loop, bufferSize, true));
+}
+
+struct Inbox
+{
+    void watch(ZK::UdpSocket& socket) { socket.datagramReceived.connect(ZK::bindArgs(&Inbox::add, this, _1, _2, _3)); }
+
+    void add(IpAddress const& from, unsigned short fromPort, TString<char> const& datagram)
+    {
+        sender = from.getIpAddrAsString();
+        port = fromPort;
+        datagrams.emplace_back(datagram.data(), datagram.length());
+    }
+
+    String sender;
+    unsigned short port = 0;
+    std::vector<std::string> datagrams;
+};
+}
+
+TEST(UdpSocket, DatagramsArriveOneByOneWithTheirSender)
+{
+    for (char const* host : {"127.0.0.1", "::1"})
+    {
+        NetLoop loop;
+        Inbox inbox;
+        auto const receiver = makeSocket(loop, 10), sender = makeSocket(loop, 10);
+        inbox.watch(*receiver);
+        ASSERT_TRUE(receiver->bind(IpAddress(host), 0).isSuccess());
+        ASSERT_TRUE(sender->bind(IpAddress(host), 0).isSuccess());
+        unsigned short const port = portOf(*receiver);
+        loop.synchronized(
+            [&]
+            {
+                for (char const* text : {"first", "", "longer than ten", "last"}) // in one report
+                    EXPECT_TRUE(sender->sendTo(IpAddress(host), port, String(text), 0, true).isSuccess());
+            });
+        EXPECT_TRUE(loop.eventually([&] { return inbox.datagrams.size() == 4; }));
+        EXPECT_EQ(inbox.datagrams, (std::vector<std::string>{"first", "", "longer tha", "last"}));
+        EXPECT_EQ(inbox.sender, host);
+        EXPECT_EQ(inbox.port, portOf(*sender));
+    }
+}
+
+TEST(UdpSocket, BlocksAndStaysSilentOnceItWasClosed)
+{
+    NetLoop loop;
+    auto const receiver = makeSocket(loop, 1500), sender = makeSocket(loop, 1500);
+    Inbox inbox;
+    inbox.watch(*receiver);
+    ASSERT_TRUE(receiver->bind(AF_INET, 0).isSuccess());
+    ASSERT_TRUE(receiver->close().isSuccess());
+    ASSERT_TRUE(receiver->bind(AF_INET, 0).isSuccess());
+    EXPECT_TRUE(receiver->isBlocking());
+
+    ASSERT_TRUE(sender->openSocketOnly(AF_INET).isSuccess());
+    unsigned int count = 0;
+    int bytes = 0;
+    char data[8];
+    IpAddress address("127.0.0.1");
+    unsigned short port = portOf(*receiver);
+    EXPECT_TRUE(sender->sendTo(address, port, TString<char>("hello", 5), 0, true).isSuccess());
+    EXPECT_TRUE(eventually([&] { return receiver->getReceiveQueueSize(bytes).isSuccess() && bytes == 5; }));
+    EXPECT_TRUE(receiver->recvFrom(address, port, data, sizeof(data), count, 0, true).isSuccess());
+    EXPECT_EQ(std::string(data, count), "hello");
+    EXPECT_EQ(port, portOf(*sender));
+    EXPECT_TRUE(sender->getTransmitQueueSize(bytes).isSuccess());
+    EXPECT_TRUE(inbox.datagrams.empty());
+}
+
+TEST(UdpSocket, CopyIsSilentAndASlotMayCloseTheSocket)
+{
+    NetLoop loop;
+    auto const receiver = makeSocket(loop, 100);
+    int received = 0;
+    auto const close = [&](IpAddress, unsigned short, TString<char>)
+    {
+        received++;
+        receiver->close();
+    };
+    receiver->datagramReceived.connect(ZK::bindArgs(ZK::directCall(), close));
+    ASSERT_TRUE(receiver->bind(IpAddress("127.0.0.1"), 0).isSuccess());
+    ZK::UdpSocket copy(*receiver);
+    EXPECT_FALSE(copy.onReadReady.hasSlots());
+    loop.synchronized(
+        [&]
+        {
+            for (int i = 0; i < 3; i++)
+                copy.sendTo(IpAddress("127.0.0.1"), portOf(copy), String("to myself"), 0, true);
+        });
+    EXPECT_TRUE(loop.eventually([&] { return !receiver->isOpen(); }));
+    EXPECT_EQ(received, 1);
+}
+
+TEST(UdpSocket, DatagramIsSentWholeOrNotAtAll)
+{
+    struct Cutting : ZK::UdpSocket
+    {
+        using ZK::UdpSocket::UdpSocket;
+
+        XCode sendToOnce(IpAddress const&, unsigned short, void const*, unsigned int size, unsigned int& sent, int,
+                         bool) override
+        {
+            sent = size - 1;
+            return XCODE_SUCCESS;
+        }
+    };
+
+    TestLoop loop;
+    Cutting cutting(loop, 100, true);
+    EXPECT_EQ(cutting.sendTo(IpAddress("::1"), 9, String("x"), 0, true).toString(), "COULD NOT SEND ENTIRE DATAGRAM");
+    auto const sender = makeSocket(loop, 100);
+    IpAddress const to("127.0.0.1");
+    ASSERT_TRUE(sender->openSocketOnly(AF_INET).isSuccess());
+    EXPECT_EQ(sender->sendTo(to, 9, String::repeat("x", 70000), 0, true).getValue(), XCODE_ERRNO + EMSGSIZE);
+    EXPECT_EQ(sender->sendTo(IpAddress(), 9, String("x"), 0, true).toString(), "NEITHER AN IPV4 NOR AN IPV6 ADDRESS");
+}
