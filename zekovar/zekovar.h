@@ -115,6 +115,10 @@
 #include "zekovar/net/ip_socket.h"
 #include "zekovar/net/mac_address.h"
 #include "zekovar/net/socket.h"
+#include "zekovar/net/tcp_server.h"
+#include "zekovar/net/tcp_socket.h"
+#include "zekovar/net/udp_socket.h"
+#include "zekovar/net/unix_socket.h"
 #include "zekovar/net/uri.h"
 
 #include "zekovar/process/connection_process.h"
