@@ -1,23 +1,34 @@
 #include "command_group.h"
 
-#include "console.h"
+#include "session.h"
 
 #include <cctype>
 #include <charconv>
 
-bool CommandGroup::takesNone(Command const& command, String const& arguments)
+void Call::say(String const& text) const
+{
+    session->say(text);
+}
+
+void Call::write(String const& text) const
+{
+    session->write(text);
+}
+
+bool CommandGroup::takesNone(Call const& call, String const& arguments)
 {
     if (!arguments.isEmpty())
     {
-        refuse(command, "it takes no argument");
+        refuse(call, "it takes no argument");
     }
     return arguments.isEmpty();
 }
 
-void CommandGroup::refuse(Command const& command, char const* what)
+void CommandGroup::refuse(Call const& call, char const* what)
 {
-    m_console.say(String(String::Formatted(), "%s: %s (usage: %s%s%s)", command.name, what, command.name,
-                         *command.arguments ? " " : "", command.arguments));
+    Command const& command = call.command;
+    call.say(String(String::Formatted(), "%s: %s (usage: %s%s%s)", command.name, what, command.name,
+                    *command.arguments ? " " : "", command.arguments));
 }
 
 bool CommandLine::parseNumber(String const& text, unsigned int lowest, unsigned int highest, unsigned int& number)

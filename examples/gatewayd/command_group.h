@@ -3,9 +3,22 @@
 #include "zekovar/zekovar.h"
 
 #include <functional>
+#include <memory>
 #include <vector>
 
-class Console;
+class Session;
+struct Command;
+
+/// A command that an operator has typed. Copies go to other threads and loops with what the command starts there: the answer finds
+/// its operator, and gets lost once that session is closed.
+struct Call
+{
+    Command const& command;
+    std::shared_ptr<Session> session;
+
+    void say(String const& text) const;
+    void write(String const& text) const;
+};
 
 /// One command of the console.
 struct Command
@@ -13,7 +26,7 @@ struct Command
     char const* name;
     char const* arguments;
     char const* purpose;
-    std::function<void(Command const& command, String const& arguments)> run;
+    std::function<void(Call const& call, String const& arguments)> run;
 };
 
 /// The commands of one theme.
@@ -23,7 +36,7 @@ struct Command
 class CommandGroup
 {
 public:
-    explicit CommandGroup(Console& console) : m_console(console) {}
+    CommandGroup() = default;
 
     CommandGroup(CommandGroup const&) = delete;
     CommandGroup& operator=(CommandGroup const&) = delete;
@@ -39,19 +52,17 @@ protected:
     /// To be called in the constructor, in the order of `help`.
     template <class Group>
     void add(char const* name, char const* arguments, char const* purpose,
-             void (Group::*method)(Command const&, String const&))
+             void (Group::*method)(Call const&, String const&))
     {
         auto* const self = static_cast<Group*>(this);
         m_commands.push_back({name, arguments, purpose, std::bind_front(method, self)});
     }
 
     /// Whether there are no arguments; refuses the command otherwise.
-    bool takesNone(Command const& command, String const& arguments);
+    bool takesNone(Call const& call, String const& arguments);
 
     /// Answers what is wrong with a command line, in one line with the command's usage.
-    void refuse(Command const& command, char const* what);
-
-    Console& m_console;
+    static void refuse(Call const& call, char const* what);
 
 private:
     std::vector<Command> m_commands;

@@ -1,7 +1,5 @@
 #include "crypto_commands.h"
 
-#include "console.h"
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <utility>
@@ -63,7 +61,7 @@ String checksumOf(Calculation calculate, String const& path)
 }
 }
 
-CryptoCommands::CryptoCommands(Console& console) : CommandGroup(console), m_hasher("Hasher")
+CryptoCommands::CryptoCommands() : m_hashers("Hasher")
 {
     add("hash", "md5|sha1|crc32 FILE", "shows the checksum of a file", &CryptoCommands::hash);
     add("password", "encrypt|decrypt TEXT", "shows the stored form of a password, or what is stored",
@@ -73,10 +71,10 @@ CryptoCommands::CryptoCommands(Console& console) : CommandGroup(console), m_hash
 
 void CryptoCommands::end()
 {
-    m_hasher.join();
+    m_hashers.join();
 }
 
-void CryptoCommands::hash(Command const& command, String const& arguments)
+void CryptoCommands::hash(Call const& call, String const& arguments)
 {
     String path = arguments;
     String const kind = takeWord(path);
@@ -95,63 +93,62 @@ void CryptoCommands::hash(Command const& command, String const& arguments)
     }
     if (calculate == nullptr || path.isEmpty())
     {
-        refuse(command, "it takes a kind of checksum and a file");
+        refuse(call, "it takes a kind of checksum and a file");
         return;
     }
-    auto const report = [this, calculate, path]
+    auto const report = [call, calculate, path]
     {
         String const answer = checksumOf(calculate, path);
-        m_hasher.takeNext();
-        m_console.say(String(String::Formatted(), "%s  %s", answer.c_str(), path.c_str()));
+        call.say(String(String::Formatted(), "%s  %s", answer.c_str(), path.c_str()));
     };
-    if (m_hasher.run(report).isErr())
+    if (m_hashers.run(report).isErr())
     {
-        m_console.say("a checksum is under way");
+        call.say("too many checksums are under way");
     }
 }
 
-void CryptoCommands::password(Command const& command, String const& arguments)
+void CryptoCommands::password(Call const& call, String const& arguments)
 {
     String text = arguments;
     String const direction = takeWord(text);
     String result;
     if (text.isEmpty())
     {
-        refuse(command, "it takes a direction and a text");
+        refuse(call, "it takes a direction and a text");
     }
     else if (direction == "encrypt")
     {
-        m_console.say(encryptPassword(text, result).isErr() ? String("the password can't be stored") : result);
+        call.say(encryptPassword(text, result).isErr() ? String("the password can't be stored") : result);
     }
     else if (direction == "decrypt")
     {
         // a damaged one leaves the result as it was
         XCode const code = decryptPassword(text, result);
-        m_console.say(code.isErr() || result.isEmpty() ? String("that is no stored password") : result);
+        call.say(code.isErr() || result.isEmpty() ? String("that is no stored password") : result);
     }
     else
     {
-        refuse(command, "it takes a direction and a text");
+        refuse(call, "it takes a direction and a text");
     }
 }
 
-void CryptoCommands::login(Command const&, String const& arguments)
+void CryptoCommands::login(Call const& call, String const& arguments)
 {
     if (arguments.isEmpty())
     {
         XCode const code = ZK::Challenge::GET_CHALLENGE(ZK::Challenge::ChallengeMode::ROOT, m_challenge);
-        m_console.say(code.isErr() ? String(String::Formatted(), "%s; --login-key sets it up", code.toString().c_str())
-                                   : m_challenge);
+        call.say(code.isErr() ? String(String::Formatted(), "%s; --login-key sets it up", code.toString().c_str())
+                              : m_challenge);
         return;
     }
     if (m_challenge.isEmpty())
     {
-        m_console.say("ask for a challenge first, by 'login' alone");
+        call.say("ask for a challenge first, by 'login' alone");
         return;
     }
     // each is good for one try
     String const challenge = std::exchange(m_challenge, String());
     bool isValid = false;
     XCode const code = ZK::Challenge::VERIFY_PASSWORD(arguments, challenge, isValid);
-    m_console.say(code.isErr() ? code.toString() : String(isValid ? "welcome" : "refused"));
+    call.say(code.isErr() ? code.toString() : String(isValid ? "welcome" : "refused"));
 }

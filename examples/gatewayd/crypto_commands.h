@@ -7,15 +7,15 @@
 class CryptoCommands : public CommandGroup
 {
 public:
-    explicit CryptoCommands(Console& console);
+    CryptoCommands();
 
     void end() override;
 
 private:
-    void hash(Command const& command, String const& arguments);
-    void password(Command const& command, String const& arguments);
-    void login(Command const& command, String const& arguments);
+    void hash(Call const& call, String const& arguments);
+    void password(Call const& call, String const& arguments);
+    void login(Call const& call, String const& arguments);
 
-    TaskThread m_hasher; // a large file takes its time
-    String m_challenge;  // which the next signature answers
+    TaskThreads m_hashers; // a large file takes its time
+    String m_challenge;    // which the next signature answers
 };

@@ -35,13 +35,12 @@ bool parseSeverity(String const& text, int& severity)
 }
 }
 
-DebugCommands::DebugCommands(Console& console, MonitorList const& monitors)
-    : CommandGroup(console),
-      m_monitors(monitors),
+DebugCommands::DebugCommands(MonitorList const& monitors)
+    : m_monitors(monitors),
       m_enableOnCrit(
           ZK::bindArgs(CRIT::INSTANCE().getAsyncContext(), &DebugCommands::enable, this, std::placeholders::_1)),
-      m_disableOnCrit(
-          ZK::bindArgs(CRIT::INSTANCE().getAsyncContext(), &DebugCommands::disable, this, std::placeholders::_1))
+      m_disableOnCrit(ZK::bindArgs(CRIT::INSTANCE().getAsyncContext(), &DebugCommands::disable, this,
+                                   std::placeholders::_1, std::placeholders::_2))
 {
     add("debug", "NAME|ID [SLOT [PORT]] SESSION SEVERITY LEVEL", "lets a monitor's debug lines up to LEVEL pass",
         &DebugCommands::debug);
@@ -68,12 +67,12 @@ void DebugCommands::end()
     ZKAutoLock<ZKEventSync> stopped(CRIT::INSTANCE().getEventSync(EventPrio::LOW));
 }
 
-void DebugCommands::debug(Command const& command, String const& arguments)
+void DebugCommands::debug(Call const& call, String const& arguments)
 {
-    Request request;
+    Request request(call);
     if (char const* const fault = parse(arguments, request))
     {
-        refuse(command, fault);
+        refuse(call, fault);
         return;
     }
     m_enableOnCrit(request);
@@ -122,35 +121,35 @@ void DebugCommands::enable(Request const& request)
     ZKPPtr<RTD::Monitor> const monitor = repository->getMonitor(request.id, request.slot, request.port);
     if (!repository->enableMonitor(monitor.getObj(), request.session, request.severity, request.level))
     {
-        m_console.say(String(String::Formatted(), "%s has no monitor, 'monitors' lists those there are", name.c_str()));
+        request.call.say(
+            String(String::Formatted(), "%s has no monitor, 'monitors' lists those there are", name.c_str()));
         return;
     }
-    m_console.say(String(String::Formatted(), "%s lets debug lines up to level %d pass", name.c_str(),
-                         monitor->getEffectiveDebugLevel()));
+    request.call.say(String(String::Formatted(), "%s lets debug lines up to level %d pass", name.c_str(),
+                            monitor->getEffectiveDebugLevel()));
 }
 
-void DebugCommands::nodebug(Command const& command, String const& arguments)
+void DebugCommands::nodebug(Call const& call, String const& arguments)
 {
     std::vector<String> const words = CommandLine::wordsOf(arguments);
     if (words.size() != 1)
     {
-        refuse(command, "it takes the name of a session");
+        refuse(call, "it takes the name of a session");
         return;
     }
-    m_disableOnCrit(words[0]);
+    m_disableOnCrit(call, words[0]);
 }
 
-void DebugCommands::disable(String const& session)
+void DebugCommands::disable(Call const& call, String const& session)
 {
     bool const wasOpen = RTD::REPOSITORY::_INSTANCE()->disableMonitor(session);
-    m_console.say(
-        String(String::Formatted(), wasOpen ? "session %s is closed" : "there is no session %s", session.c_str()));
+    call.say(String(String::Formatted(), wasOpen ? "session %s is closed" : "there is no session %s", session.c_str()));
 }
 
-void DebugCommands::monitors(Command const& command, String const& arguments)
+void DebugCommands::monitors(Call const& call, String const& arguments)
 {
-    if (takesNone(command, arguments))
+    if (takesNone(call, arguments))
     {
-        m_console.write(m_monitors.report());
+        call.write(m_monitors.report());
     }
 }

@@ -11,7 +11,7 @@ class DebugCommands : public CommandGroup
 {
 public:
     /// Registers the monitors of the library's own lines.
-    DebugCommands(Console& console, MonitorList const& monitors);
+    explicit DebugCommands(MonitorList const& monitors);
     ~DebugCommands() override;
 
     void end() override;
@@ -20,6 +20,9 @@ private:
     /// What `debug` asks for.
     struct Request
     {
+        explicit Request(Call const& by) : call(by) {}
+
+        Call call;
         RtdMonitorID id = MON_NO;
         unsigned int slot = RTD::NO_SLOT;
         unsigned int port = RTD::NO_PORT;
@@ -28,15 +31,15 @@ private:
         int level = 0;
     };
 
-    void debug(Command const& command, String const& arguments);
-    void nodebug(Command const& command, String const& arguments);
-    void monitors(Command const& command, String const& arguments);
+    void debug(Call const& call, String const& arguments);
+    void nodebug(Call const& call, String const& arguments);
+    void monitors(Call const& call, String const& arguments);
 
     char const* parse(String const& arguments, Request& request) const;
     void enable(Request const& request);
-    void disable(String const& session);
+    void disable(Call const& call, String const& session);
 
     MonitorList const& m_monitors;
     ZK::Function<void(Request)> m_enableOnCrit; // a change of monitors waits for CRIT, the console doesn't
-    ZK::Function<void(String)> m_disableOnCrit;
+    ZK::Function<void(Call, String)> m_disableOnCrit;
 };

@@ -1,5 +1,6 @@
 #include "gatewayd.h"
 
+#include "command_group.h"
 #include "console.h"
 #include "login_key.h"
 #include "workbench.h"
@@ -22,6 +23,7 @@ constexpr char END_OF_OPTIONS = static_cast<char>(0xff);
 option s_longOptions[] = {{"help", no_argument, nullptr, 'h'},
                           {"name", required_argument, nullptr, 'n'},
                           {"loop", required_argument, nullptr, 'l'},
+                          {"console", required_argument, nullptr, 'c'},
                           {"login-key", required_argument, nullptr, 'k'},
                           {"preferences", required_argument, nullptr, 'p'},
                           {"stderr", no_argument, nullptr, 'e'},
@@ -35,6 +37,8 @@ constexpr char const* HELP =
     "  -h, --help           shows this text\n"
     "  -n, --name NAME      the daemon's name in the system log (default: gatewayd)\n"
     "  -l, --loop LOOP      the loop that the commands work on: config, crit, io or mgmt (default: io)\n"
+    "  -c, --console PORT   takes the same commands on a TCP port of the loopback address, 0 for a free one;\n"
+    "                       the end of standard input then no longer ends the daemon\n"
     "  -k, --login-key FILE the public key for 'login': modulus and exponent, two lines of hexadecimal digits\n"
     "  -p, --preferences FILE\n"
     "                       lines of a key and a value: 'loop' and 'stderr' stand for these options\n"
@@ -52,7 +56,7 @@ void openStandardDescriptors()
 }
 }
 
-Gatewayd::Gatewayd() : ZKExecutable("hn:l:k:p:e", s_longOptions)
+Gatewayd::Gatewayd() : ZKExecutable("hn:l:c:k:p:e", s_longOptions)
 {
     openStandardDescriptors();
     // Handlers of quit signals are reset by the kernel when they are called, and a second signal that comes before they are
@@ -87,6 +91,9 @@ XCode Gatewayd::parseArgument(char option, String const& value)
         break;
     case 'l':
         m_loop = value.lowerCase();
+        break;
+    case 'c':
+        m_consolePort = value;
         break;
     case 'k':
         m_loginKey = value;
@@ -158,6 +165,27 @@ int Gatewayd::run()
     return serve();
 }
 
+/// Has the console take clients, if that was asked for. Tells what is wrong otherwise, and returns false.
+bool Gatewayd::listen(Console& console) const
+{
+    if (m_consolePort.isEmpty())
+    {
+        return true;
+    }
+    unsigned int port = 0;
+    if (!CommandLine::parseNumber(m_consolePort, 0, 65535, port))
+    {
+        std::fprintf(stderr, "gatewayd: '%s' is no port: a number from 0 to 65535\n", m_consolePort.c_str());
+        return false;
+    }
+    XCode const code = console.listen(static_cast<unsigned short>(port));
+    if (code.isErr())
+    {
+        std::fprintf(stderr, "gatewayd: port %u of 127.0.0.1 can't be used: %s\n", port, code.toString().c_str());
+    }
+    return code.isSuccess();
+}
+
 /// Options win over preferences.
 void Gatewayd::usePreferences()
 {
@@ -179,9 +207,13 @@ int Gatewayd::serve()
         m_identity = getName().isEmpty() ? String("gatewayd") : getName();
     }
     openlog(m_identity.c_str(), LOG_PID | (m_logToStandardError ? LOG_PERROR : 0), LOG_DAEMON);
-    syslog(LOG_INFO, "starts on the %s loop", m_loop.c_str());
 
     Console console(m_signals);
+    if (!listen(console))
+    {
+        return 2;
+    }
+    syslog(LOG_INFO, "starts on the %s loop", m_loop.c_str());
     Workbench workbench(chosenLoop(), console);
     console.serve(workbench);
 

@@ -2,6 +2,8 @@
 
 #include "zekovar/zekovar.h"
 
+class Console;
+
 /// The daemon: takes the command line and the signals, builds the console and the workbench, and ends both in order.
 class Gatewayd : public ZKExecutable
 {
@@ -32,12 +34,14 @@ private:
 
     void usePreferences();
     int serve();
+    bool listen(Console& console) const;
     ZKEventLoop& chosenLoop() const;
 
     Mode m_mode = Mode::SERVE;
     bool m_logToStandardError = false;
     String m_identity;
     String m_loop;                     // its name
+    String m_consolePort;              // or empty
     String m_preferences;              // a file, or empty
     String m_loginKey;                 // a file, or empty
     ZKFile m_signals{-1, true, false}; // from which the console reads the signals that end the daemon

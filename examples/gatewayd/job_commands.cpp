@@ -1,7 +1,5 @@
 #include "job_commands.h"
 
-#include "console.h"
-
 #include <climits>
 #include <csignal>
 
@@ -11,8 +9,8 @@ using CommandLine::parseNumber;
 class JobCommands::PausingJob : public CInherit<PausingJob, CObject, ZK::IJob>
 {
 public:
-    PausingJob(JobCommands& owner, unsigned int number, String const& text, unsigned int milliseconds)
-        : m_owner(owner), m_number(number), m_text(text), m_milliseconds(milliseconds)
+    PausingJob(JobCommands& owner, Call const& call, unsigned int number, String const& text, unsigned int milliseconds)
+        : m_owner(owner), m_call(call), m_number(number), m_text(text), m_milliseconds(milliseconds)
     {
     }
 
@@ -27,8 +25,8 @@ public:
 
     XCode execute(ZK::IFuture* future) override
     {
-        m_owner.m_console.say(String(String::Formatted(), "job %u runs on thread %s: %s", m_number,
-                                     ZKThread::CURRENT_NAME().c_str(), m_text.c_str()));
+        m_call.say(String(String::Formatted(), "job %u runs on thread %s: %s", m_number,
+                          ZKThread::CURRENT_NAME().c_str(), m_text.c_str()));
         m_owner.m_ending.waitFor(static_cast<int>(m_milliseconds));
         future->done(XCODE_SUCCESS);
         return XCODE_SUCCESS;
@@ -36,14 +34,14 @@ public:
 
 private:
     JobCommands& m_owner;
+    Call const m_call;
     unsigned int const m_number;
     String const m_text;
     unsigned int const m_milliseconds;
 };
 
-JobCommands::JobCommands(Console& console)
-    : CommandGroup(console),
-      m_ending(0, 1, ZK::Time::Source::MONOTONIC),
+JobCommands::JobCommands()
+    : m_ending(0, 1, ZK::Time::Source::MONOTONIC),
       m_allTold(0, 1, ZK::Time::Source::MONOTONIC),
       m_mutex(false),
       m_executor(ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorSingleThread("Jobs")))
@@ -75,22 +73,22 @@ void JobCommands::end()
     m_executor = nullptr;
 }
 
-void JobCommands::job(Command const& command, String const& arguments)
+void JobCommands::job(Call const& call, String const& arguments)
 {
     int const end = arguments.lastIndexOf(' ');
     unsigned int milliseconds = 0;
     if (end < 0 || !parseNumber(arguments.substring(end + 1), 1, CommandLine::MAX_MILLISECONDS, milliseconds))
     {
-        refuse(command, "it takes a text and a number of milliseconds from 1 to 86400000");
+        refuse(call, "it takes a text and a number of milliseconds from 1 to 86400000");
         return;
     }
     unsigned int const number = ++m_lastNumber;
     ZKPtr<ZK::IJob> const job(
-        ZK::MovePtr<ZK::IJob>(new PausingJob(*this, number, arguments.substring(0, end), milliseconds)));
+        ZK::MovePtr<ZK::IJob>(new PausingJob(*this, call, number, arguments.substring(0, end), milliseconds)));
     ZKPtr<ZK::IFuture> future;
     if (XCode code = m_executor->invokeJob(job.getObj(), future); code.isErr())
     {
-        m_console.say(String(String::Formatted(), "job %u can't be invoked: %s", number, code.toString().c_str()));
+        call.say(String(String::Formatted(), "job %u can't be invoked: %s", number, code.toString().c_str()));
         return;
     }
     {
@@ -99,15 +97,15 @@ void JobCommands::job(Command const& command, String const& arguments)
     }
     // called at once if the job has ended meanwhile
     future->setCompletionObserver(
-        ZK::bindArgs(ZK::directCall(), &JobCommands::onEnd, this, number, std::placeholders::_1));
+        ZK::bindArgs(ZK::directCall(), &JobCommands::onEnd, this, call, number, std::placeholders::_1));
 }
 
 /// On the thread that ends the job.
-void JobCommands::onEnd(unsigned int number, XCode const& code)
+void JobCommands::onEnd(Call const& call, unsigned int number, XCode const& code)
 {
     ZKPtr<ZK::IFuture> const future = futureOf(number);
-    m_console.say(String(String::Formatted(), "job %u is %s, status %8.8x", number,
-                         ZKEnumInfo<ZK::IFuture::State>::VALUE_NAME(future->getState()), code.getValue()));
+    call.say(String(String::Formatted(), "job %u is %s, status %8.8x", number,
+                    ZKEnumInfo<ZK::IFuture::State>::VALUE_NAME(future->getState()), code.getValue()));
     bool isLast = false;
     {
         ZKAutoLock<ZKMutex> guard(m_mutex);
@@ -121,28 +119,28 @@ void JobCommands::onEnd(unsigned int number, XCode const& code)
     }
 }
 
-void JobCommands::cancelJob(Command const& command, String const& arguments)
+void JobCommands::cancelJob(Call const& call, String const& arguments)
 {
     unsigned int number = 0;
     if (!parseNumber(arguments, 1, UINT_MAX, number))
     {
-        refuse(command, "N is the number of a job");
+        refuse(call, "N is the number of a job");
         return;
     }
     ZKPtr<ZK::IFuture> const future = futureOf(number);
     if (!future)
     {
-        m_console.say(String(String::Formatted(), "no job %u, 'jobs' lists them", number));
+        call.say(String(String::Formatted(), "no job %u, 'jobs' lists them", number));
     }
     else if (XCode code = future->cancel(SIGTERM); code.isErr())
     {
-        m_console.say(String(String::Formatted(), "job %u: %s", number, code.toString().c_str()));
+        call.say(String(String::Formatted(), "job %u: %s", number, code.toString().c_str()));
     }
 }
 
-void JobCommands::jobs(Command const& command, String const& arguments)
+void JobCommands::jobs(Call const& call, String const& arguments)
 {
-    if (!takesNone(command, arguments))
+    if (!takesNone(call, arguments))
     {
         return;
     }
@@ -172,7 +170,7 @@ void JobCommands::jobs(Command const& command, String const& arguments)
     {
         text.concatf("%s\n", line.c_str());
     }
-    m_console.write(text);
+    call.write(text);
 }
 
 ZKPtr<ZK::IFuture> JobCommands::futureOf(unsigned int number) const

@@ -8,18 +8,18 @@
 class JobCommands : public CommandGroup
 {
 public:
-    explicit JobCommands(Console& console);
+    JobCommands();
 
     void end() override;
 
 private:
     class PausingJob;
 
-    void jobs(Command const& command, String const& arguments);
-    void job(Command const& command, String const& arguments);
-    void cancelJob(Command const& command, String const& arguments);
+    void jobs(Call const& call, String const& arguments);
+    void job(Call const& call, String const& arguments);
+    void cancelJob(Call const& call, String const& arguments);
 
-    void onEnd(unsigned int number, XCode const& code);
+    void onEnd(Call const& call, unsigned int number, XCode const& code);
     ZKPtr<ZK::IFuture> futureOf(unsigned int number) const;
 
     ZKSemaphore m_ending;    // cuts the job in progress short

@@ -22,6 +22,9 @@ public:
     /// counts, too.
     Result next(String& line, bool isEnd);
 
+    /// Bytes that wait for `next`.
+    int waiting() const { return m_bytes.length(); }
+
 private:
     String m_bytes;
     bool m_dropping = false;

@@ -8,7 +8,7 @@ constexpr unsigned int SLOT = 0;
 constexpr unsigned int PORT = 1;
 }
 
-LinkCommands::LinkCommands(Console& console, ZKEventLoop& loop) : CommandGroup(console), m_loop(loop)
+LinkCommands::LinkCommands(Console& console, ZKEventLoop& loop) : m_loop(loop)
 {
     add("link", "up|down|error", "happens to the link; 'debug ethernet 0 1 me debug 1' logs what it does",
         &LinkCommands::link);
@@ -16,7 +16,7 @@ LinkCommands::LinkCommands(Console& console, ZKEventLoop& loop) : CommandGroup(c
     RTD::Monitor* const monitor = RTD::REPOSITORY::_INSTANCE()->addMonitor(MON_ETHERNET, SLOT, PORT);
     m_machine = std::make_unique<LinkMachine>(loop, monitor,
                                               [&console](char const* state)
-                                              { console.say(String(String::Formatted(), "link 1 is %s", state)); });
+                                              { console.tellAll(String(String::Formatted(), "link 1 is %s", state)); });
     m_machine->init(nullptr);
 }
 
@@ -31,7 +31,7 @@ void LinkCommands::end()
     m_machine.reset();
 }
 
-void LinkCommands::link(Command const& command, String const& arguments)
+void LinkCommands::link(Call const& call, String const& arguments)
 {
     for (auto const& [name, signal] : {std::pair("up", LinkMachine::UP), std::pair("down", LinkMachine::DOWN),
                                        std::pair("error", LinkMachine::ERROR_SEEN)})
@@ -42,5 +42,5 @@ void LinkCommands::link(Command const& command, String const& arguments)
             return;
         }
     }
-    refuse(command, "it takes what happens to the link");
+    refuse(call, "it takes what happens to the link");
 }

@@ -5,6 +5,8 @@
 
 #include <memory>
 
+class Console;
+
 /// A link on the chosen loop, whose transitions show in the system log once its monitor is enabled.
 class LinkCommands : public CommandGroup
 {
@@ -15,7 +17,7 @@ public:
     void end() override;
 
 private:
-    void link(Command const& command, String const& arguments);
+    void link(Call const& call, String const& arguments);
 
     ZKEventLoop& m_loop;
     std::unique_ptr<LinkMachine> m_machine;

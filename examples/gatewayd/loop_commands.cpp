@@ -1,7 +1,5 @@
 #include "loop_commands.h"
 
-#include "console.h"
-
 using CommandLine::MAX_SECONDS;
 using CommandLine::parseNumber;
 using CommandLine::takeWord;
@@ -9,6 +7,7 @@ using CommandLine::takeWord;
 struct LoopCommands::Post
 {
     LoopCommands* owner;
+    Call call;
     unsigned int number;
     EventPrio::Type priority;
     unsigned int secondsToBlock;
@@ -16,9 +15,8 @@ struct LoopCommands::Post
     ZKEvent* event;
 };
 
-LoopCommands::LoopCommands(Console& console, ZKEventLoop& loop)
-    : CommandGroup(console),
-      m_loop(loop),
+LoopCommands::LoopCommands(ZKEventLoop& loop)
+    : m_loop(loop),
       m_ending(0, 1, ZK::Time::Source::MONOTONIC),
       m_contended(false),
       m_isHeld(0, 1, ZK::Time::Source::MONOTONIC),
@@ -49,29 +47,29 @@ void LoopCommands::end()
     ZKAutoLock<ZKEventSync> stopped(m_loop.getEventSync(EventPrio::LOW));
 }
 
-void LoopCommands::threads(Command const& command, String const& arguments)
+void LoopCommands::threads(Call const& call, String const& arguments)
 {
-    if (takesNone(command, arguments))
+    if (takesNone(call, arguments))
     {
         ZKVector<ZKThreadSupervisor::Report> reports;
         ZKThreadSupervisor::INSTANCE().getStatus(reports);
         String text;
         ZKThreadSupervisor::GET_STATUS(text, reports);
-        m_console.write(text);
+        call.write(text);
     }
 }
 
-void LoopCommands::loops(Command const& command, String const& arguments)
+void LoopCommands::loops(Call const& call, String const& arguments)
 {
-    if (takesNone(command, arguments))
+    if (takesNone(call, arguments))
     {
         String text;
         ZKEventLoopSupervisor::INSTANCE().getStatus(text);
-        m_console.write(text);
+        call.write(text);
     }
 }
 
-void LoopCommands::post(Command const& command, String const& arguments)
+void LoopCommands::post(Call const& call, String const& arguments)
 {
     String text = arguments;
     String const name = takeWord(text);
@@ -79,24 +77,24 @@ void LoopCommands::post(Command const& command, String const& arguments)
     {
         if (name == EventPrio::NAME(priority) && !text.isEmpty())
         {
-            auto* post = new Post{this, ++m_posts, priority, 0, text, nullptr};
+            auto* post = new Post{this, call, ++m_posts, priority, 0, text, nullptr};
             post->event = new ZKEvent(m_loop, priority, &LoopCommands::ON_POST, post);
             post->event->set();
             return;
         }
     }
-    refuse(command, "it takes a priority and a text");
+    refuse(call, "it takes a priority and a text");
 }
 
-void LoopCommands::block(Command const& command, String const& arguments)
+void LoopCommands::block(Call const& call, String const& arguments)
 {
     unsigned int seconds = 0;
     if (!parseNumber(arguments, 1, MAX_SECONDS, seconds))
     {
-        refuse(command, "SECONDS is a number from 1 to 3600");
+        refuse(call, "SECONDS is a number from 1 to 3600");
         return;
     }
-    auto* post = new Post{this, ++m_posts, EventPrio::NORMAL, seconds, "the loop was blocked", nullptr};
+    auto* post = new Post{this, call, ++m_posts, EventPrio::NORMAL, seconds, "the loop was blocked", nullptr};
     post->event = new ZKEvent(m_loop, EventPrio::NORMAL, &LoopCommands::ON_POST, post);
     post->event->set();
 }
@@ -116,99 +114,100 @@ void LoopCommands::onPost(Post const& post)
         sleepUnlessEnding(post.secondsToBlock);
     }
     ++m_handled;
-    m_console.say(String(String::Formatted(), "%u. handled: post %u, priority %s, on thread %s: %s", m_handled,
+    post.call.say(String(String::Formatted(), "%u. handled: post %u, priority %s, on thread %s: %s", m_handled,
                          post.number, EventPrio::NAME(post.priority), ZKThread::CURRENT_NAME().c_str(),
                          post.text.c_str()));
 }
 
-void LoopCommands::sync(Command const& command, String const& arguments)
+void LoopCommands::sync(Call const& call, String const& arguments)
 {
-    if (takesNone(command, arguments) && m_synchroniser.run([this] { synchronise(); }).isErr())
+    if (takesNone(call, arguments) && m_synchroniser.run([this, call] { synchronise(call); }).isErr())
     {
-        m_console.say("a synchronisation is under way");
+        call.say("a synchronisation is under way");
     }
 }
 
-void LoopCommands::synchronise()
+void LoopCommands::synchronise(Call const& call)
 {
-    sayWhetherSynchronised("before");
+    sayWhetherSynchronised(call, "before");
     {
         ZKAutoLock<ZKEventLoop> stopped(m_loop);
-        sayWhetherSynchronised("while the loop stands");
+        sayWhetherSynchronised(call, "while the loop stands");
     }
-    sayWhetherSynchronised("after");
+    sayWhetherSynchronised(call, "after");
 }
 
-void LoopCommands::sayWhetherSynchronised(char const* moment)
+void LoopCommands::sayWhetherSynchronised(Call const& call, char const* moment)
 {
-    m_console.say(String(String::Formatted(), "%s: thread %s is %ssynchronised to %s", moment,
-                         ZKThread::CURRENT_NAME().c_str(), isCurrentThreadSynchronizedTo(m_loop) ? "" : "not ",
-                         m_loop.getName().c_str()));
+    call.say(String(String::Formatted(), "%s: thread %s is %ssynchronised to %s", moment,
+                    ZKThread::CURRENT_NAME().c_str(), isCurrentThreadSynchronizedTo(m_loop) ? "" : "not ",
+                    m_loop.getName().c_str()));
 }
 
-void LoopCommands::lock(Command const& command, String const& arguments)
+void LoopCommands::lock(Call const& call, String const& arguments)
 {
     unsigned int seconds = 0;
     if (!parseNumber(arguments, 1, MAX_SECONDS, seconds))
     {
-        refuse(command, "SECONDS is a number from 1 to 3600");
+        refuse(call, "SECONDS is a number from 1 to 3600");
     }
-    else if (m_holder.isBusy() || m_waiter.isBusy() || m_holder.run([this, seconds] { holdLock(seconds); }).isErr() ||
-             m_waiter.run([this] { waitForLock(); }).isErr())
+    else if (m_holder.isBusy() || m_waiter.isBusy() ||
+             m_holder.run([this, call, seconds] { holdLock(call, seconds); }).isErr() ||
+             m_waiter.run([this, call] { waitForLock(call); }).isErr())
     {
-        m_console.say("the lock is contended for already");
+        call.say("the lock is contended for already");
     }
 }
 
-void LoopCommands::holdLock(unsigned int seconds)
+void LoopCommands::holdLock(Call const& call, unsigned int seconds)
 {
     {
         ZKAutoLock<ZKMutex> guard(m_contended);
-        m_console.say(String(String::Formatted(), "thread %s holds the lock", ZKThread::CURRENT_NAME().c_str()));
+        call.say(String(String::Formatted(), "thread %s holds the lock", ZKThread::CURRENT_NAME().c_str()));
         m_isHeld.signal();
         sleepUnlessEnding(seconds);
     }
-    m_console.say(String(String::Formatted(), "thread %s has let go of the lock", ZKThread::CURRENT_NAME().c_str()));
+    call.say(String(String::Formatted(), "thread %s has let go of the lock", ZKThread::CURRENT_NAME().c_str()));
 }
 
-void LoopCommands::waitForLock()
+void LoopCommands::waitForLock(Call const& call)
 {
     m_isHeld.wait();
     ZKAutoLock<ZKMutex> guard(m_contended);
-    m_console.say(String(String::Formatted(), "thread %s has got the lock", ZKThread::CURRENT_NAME().c_str()));
+    call.say(String(String::Formatted(), "thread %s has got the lock", ZKThread::CURRENT_NAME().c_str()));
 }
 
-void LoopCommands::signal(Command const& command, String const& arguments)
+void LoopCommands::signal(Call const& call, String const& arguments)
 {
-    if (takesNone(command, arguments) && m_emitter.run([this] { emit(); }).isErr())
+    if (takesNone(call, arguments) && m_emitter.run([call, &loop = m_loop] { emit(call, loop); }).isErr())
     {
-        m_console.say("an emission is under way");
+        call.say("an emission is under way");
     }
 }
 
-void LoopCommands::emit()
+void LoopCommands::emit(Call const& call, ZKEventLoop& loop)
 {
     ZKSemaphore asyncDone(0, 1, ZK::Time::Source::MONOTONIC);
-    auto const report = [this](char const* mode, String const& text)
+    auto const report = [&call](char const* mode, String const& text)
     {
-        m_console.say(String(String::Formatted(), "%s slot on thread %s got '%s'", mode,
-                             ZKThread::CURRENT_NAME().c_str(), text.c_str()));
+        call.say(String(String::Formatted(), "%s slot on thread %s got '%s'", mode, ZKThread::CURRENT_NAME().c_str(),
+                        text.c_str()));
     };
     ZK::Sig::Signal<void(String)> signal;
     signal.connect(ZK::bindArgs(ZK::directCall(), [&](String const& text) { report("direct", text); }), 1);
-    signal.connect(ZK::bindArgs(ZK::FunctionContext{ZK::FunctionContext::Type::SYNC, &m_loop},
+    signal.connect(ZK::bindArgs(ZK::FunctionContext{ZK::FunctionContext::Type::SYNC, &loop},
                                 [&](String const& text) { report("sync", text); }),
                    1);
-    signal.connect(ZK::bindArgs(ZK::FunctionContext{ZK::FunctionContext::Type::ASYNC, &m_loop},
+    signal.connect(ZK::bindArgs(ZK::FunctionContext{ZK::FunctionContext::Type::ASYNC, &loop},
                                 [&](String const& text)
                                 {
                                     report("async", text);
                                     asyncDone.signal();
                                 }),
                    1);
-    m_console.say(String(String::Formatted(), "thread %s emits", ZKThread::CURRENT_NAME().c_str()));
+    call.say(String(String::Formatted(), "thread %s emits", ZKThread::CURRENT_NAME().c_str()));
     signal("hello");
-    m_console.say("the emission is over");
+    call.say("the emission is over");
     asyncDone.wait();
 }
 

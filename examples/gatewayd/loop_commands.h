@@ -9,29 +9,29 @@
 class LoopCommands : public CommandGroup
 {
 public:
-    LoopCommands(Console& console, ZKEventLoop& loop);
+    explicit LoopCommands(ZKEventLoop& loop);
 
     void end() override;
 
 private:
     struct Post;
 
-    void threads(Command const& command, String const& arguments);
-    void loops(Command const& command, String const& arguments);
-    void post(Command const& command, String const& arguments);
-    void sync(Command const& command, String const& arguments);
-    void block(Command const& command, String const& arguments);
-    void lock(Command const& command, String const& arguments);
-    void signal(Command const& command, String const& arguments);
+    void threads(Call const& call, String const& arguments);
+    void loops(Call const& call, String const& arguments);
+    void post(Call const& call, String const& arguments);
+    void sync(Call const& call, String const& arguments);
+    void block(Call const& call, String const& arguments);
+    void lock(Call const& call, String const& arguments);
+    void signal(Call const& call, String const& arguments);
 
     static void ON_POST(void* post);
     void onPost(Post const& post);
-    void synchronise();
-    void holdLock(unsigned int seconds);
-    void waitForLock();
-    void emit();
+    void synchronise(Call const& call);
+    void holdLock(Call const& call, unsigned int seconds);
+    void waitForLock(Call const& call);
+    static void emit(Call const& call, ZKEventLoop& loop);
     void sleepUnlessEnding(unsigned int seconds);
-    void sayWhetherSynchronised(char const* moment);
+    void sayWhetherSynchronised(Call const& call, char const* moment);
 
     ZKEventLoop& m_loop;
     std::atomic<bool> m_isEnding{false};

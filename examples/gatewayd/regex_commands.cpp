@@ -1,6 +1,6 @@
 #include "regex_commands.h"
 
-#include "console.h"
+#include "session.h"
 
 using CommandLine::takeArgument;
 
@@ -40,7 +40,7 @@ String groupsOf(ZKRegEx::Pattern const& pattern, ZKRegEx::Matcher const& matcher
 }
 }
 
-RegexCommands::RegexCommands(Console& console) : CommandGroup(console), m_matcher("Matcher")
+RegexCommands::RegexCommands() : m_matchers("Matcher")
 {
     add("match", "PATTERN TEXT", "shows the groups and weights of a match; quote a PATTERN with blanks",
         &RegexCommands::match);
@@ -50,58 +50,57 @@ RegexCommands::RegexCommands(Console& console) : CommandGroup(console), m_matche
 
 void RegexCommands::end()
 {
-    m_matcher.join();
+    m_matchers.join();
 }
 
-void RegexCommands::match(Command const& command, String const& arguments)
+void RegexCommands::match(Call const& call, String const& arguments)
 {
-    answerLater(
-        [this, &command, text = arguments]() mutable
-        {
-            ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
-            if (!pattern)
-            {
-                refuse(command, "PATTERN has a syntax error");
-                return;
-            }
-            ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
-            m_console.say(matcher->match().isErr() ? String("no match")
-                                                   : groupsOf(*pattern.getObj(), *matcher.getObj(), text));
-        });
+    answerLater(call,
+                [call, text = arguments]() mutable
+                {
+                    ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
+                    if (!pattern)
+                    {
+                        refuse(call, "PATTERN has a syntax error");
+                        return;
+                    }
+                    ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
+                    call.say(matcher->match().isErr() ? String("no match")
+                                                      : groupsOf(*pattern.getObj(), *matcher.getObj(), text));
+                });
 }
 
-void RegexCommands::subst(Command const& command, String const& arguments)
+void RegexCommands::subst(Call const& call, String const& arguments)
 {
-    answerLater(
-        [this, &command, text = arguments]() mutable
-        {
-            ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
-            if (!pattern)
-            {
-                refuse(command, "PATTERN has a syntax error");
-                return;
-            }
-            ZKPtr<ZKRegEx::Formatter> const formatter = ZKRegEx::COMPILE_SUBSTITUTION(takeArgument(text));
-            ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
-            String result;
-            m_console.say(matcher->match().isErr() ? String("no match") : formatter->format(matcher, result));
-        });
+    answerLater(call,
+                [call, text = arguments]() mutable
+                {
+                    ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
+                    if (!pattern)
+                    {
+                        refuse(call, "PATTERN has a syntax error");
+                        return;
+                    }
+                    ZKPtr<ZKRegEx::Formatter> const formatter = ZKRegEx::COMPILE_SUBSTITUTION(takeArgument(text));
+                    ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
+                    String result;
+                    call.say(matcher->match().isErr() ? String("no match") : formatter->format(matcher, result));
+                });
 }
 
 /// Nested repetition can take longer than anyone waits. So a match has a thread of its own, to which its pattern belongs: no
 /// further line is taken meanwhile, but the console's loop serves the signal that ends the daemon.
-void RegexCommands::answerLater(std::function<void()> const& answer)
+void RegexCommands::answerLater(Call const& call, std::function<void()> const& answer)
 {
-    m_console.pause();
-    auto const task = [this, answer]
+    call.session->pause();
+    auto const task = [call, answer]
     {
         answer();
-        m_matcher.takeNext();
-        m_console.resume();
+        call.session->resume();
     };
-    if (XCode code = m_matcher.run(task); code.isErr())
+    if (XCode code = m_matchers.run(task); code.isErr())
     {
-        m_console.say(code.toString());
-        m_console.resume();
+        call.say(code.getValue() == XCODE_FAILURE ? String("too many matches are under way") : code.toString());
+        call.session->resume();
     }
 }

@@ -7,14 +7,14 @@
 class RegexCommands : public CommandGroup
 {
 public:
-    explicit RegexCommands(Console& console);
+    RegexCommands();
 
     void end() override;
 
 private:
-    void match(Command const& command, String const& arguments);
-    void subst(Command const& command, String const& arguments);
-    void answerLater(std::function<void()> const& answer);
+    void match(Call const& call, String const& arguments);
+    void subst(Call const& call, String const& arguments);
+    void answerLater(Call const& call, std::function<void()> const& answer);
 
-    TaskThread m_matcher;
+    TaskThreads m_matchers;
 };

@@ -1,14 +1,11 @@
 #include "report_commands.h"
 
-#include "console.h"
-
 #include <fcntl.h>
 
 using CommandLine::takeWord;
 using ZK::Property::Value;
 
-ReportCommands::ReportCommands(Console& console, MonitorList const& monitors)
-    : CommandGroup(console), m_report(monitors), m_values(ZK::Property::object())
+ReportCommands::ReportCommands(MonitorList const& monitors) : m_report(monitors), m_values(ZK::Property::object())
 {
     add("report", "tree|list|folder|json|yaml|html [monitors|loops|jobs|all]", "shows the daemon's state",
         &ReportCommands::report);
@@ -18,7 +15,7 @@ ReportCommands::ReportCommands(Console& console, MonitorList const& monitors)
         &ReportCommands::render);
 }
 
-void ReportCommands::report(Command const& command, String const& arguments)
+void ReportCommands::report(Call const& call, String const& arguments)
 {
     String part = arguments;
     String const layout = takeWord(part);
@@ -26,53 +23,53 @@ void ReportCommands::report(Command const& command, String const& arguments)
     String text;
     if (state.isInvalid() || !StateReport::layOut(state, layout, text))
     {
-        refuse(command, "it takes a layout and a part of the state");
+        refuse(call, "it takes a layout and a part of the state");
         return;
     }
-    m_console.write(text);
+    call.write(text);
 }
 
-void ReportCommands::set(Command const& command, String const& arguments)
+void ReportCommands::set(Call const& call, String const& arguments)
 {
     String text = arguments;
     String const path = takeWord(text);
     if (text.isEmpty())
     {
-        refuse(command, "it takes a path and a value");
+        refuse(call, "it takes a path and a value");
         return;
     }
     Value value;
     if (XCode const code = value.fromJson(text); code.isErr())
     {
-        m_console.say(code.toString());
+        call.say(code.toString());
         return;
     }
     m_values.setByPath(path, value);
 }
 
-void ReportCommands::get(Command const& command, String const& arguments)
+void ReportCommands::get(Call const& call, String const& arguments)
 {
     Value const& values = m_values; // a look doesn't change anything
     Value const& value = values.getByPath(arguments);
     if (arguments.isEmpty())
     {
-        refuse(command, "it takes a path");
+        refuse(call, "it takes a path");
     }
     else if (value.isInvalid())
     {
-        m_console.say(String(String::Formatted(), "there is no %s", arguments.c_str()));
+        call.say(String(String::Formatted(), "there is no %s", arguments.c_str()));
     }
     else
     {
-        m_console.say(value.dump(0, 2));
+        call.say(value.dump(0, 2));
     }
 }
 
-void ReportCommands::render(Command const& command, String const& arguments)
+void ReportCommands::render(Call const& call, String const& arguments)
 {
     if (arguments.isEmpty())
     {
-        refuse(command, "it takes a file");
+        refuse(call, "it takes a file");
         return;
     }
     TString<char> text;
@@ -84,10 +81,10 @@ void ReportCommands::render(Command const& command, String const& arguments)
     }
     if (code.isErr())
     {
-        m_console.say(String(String::Formatted(), "%s: %s", arguments.c_str(), code.toString().c_str()));
+        call.say(String(String::Formatted(), "%s: %s", arguments.c_str(), code.toString().c_str()));
         return;
     }
     Value data = m_report.state("all");
     data["values"] = m_values;
-    m_console.write(page.render(data));
+    call.write(page.render(data));
 }

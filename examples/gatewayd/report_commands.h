@@ -7,13 +7,13 @@
 class ReportCommands : public CommandGroup
 {
 public:
-    ReportCommands(Console& console, MonitorList const& monitors);
+    explicit ReportCommands(MonitorList const& monitors);
 
 private:
-    void report(Command const& command, String const& arguments);
-    void set(Command const& command, String const& arguments);
-    void get(Command const& command, String const& arguments);
-    void render(Command const& command, String const& arguments);
+    void report(Call const& call, String const& arguments);
+    void set(Call const& call, String const& arguments);
+    void get(Call const& call, String const& arguments);
+    void render(Call const& call, String const& arguments);
 
     StateReport m_report;
     ZK::Property::Value m_values;

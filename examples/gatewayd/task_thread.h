@@ -4,10 +4,11 @@
 
 #include <atomic>
 #include <functional>
+#include <list>
 
 /// A named thread that runs one task at a time. Owned and used by one thread; the destructor waits for the task's end.
 ///
-///     m_copier.run([this] { copy(); m_copier.takeNext(); m_console.say("copied"); })
+///     m_copier.run([call] { copy(); call.say("copied"); })
 class TaskThread : public ZKThread
 {
 public:
@@ -33,9 +34,6 @@ public:
         return code;
     }
 
-    /// By the task, before it tells its result: whoever reads that has the next task taken.
-    void takeNext() { m_isBusy = false; }
-
     bool isBusy() const { return m_isBusy; }
 
     XCode runThread() override
@@ -48,4 +46,38 @@ public:
 private:
     std::function<void()> m_task;
     std::atomic<bool> m_isBusy{false};
+};
+
+/// As many of them as there are tasks at a time, up to a limit. Owned and used by one thread; the destructor waits for all tasks.
+class TaskThreads
+{
+public:
+    static constexpr std::size_t MAX_COUNT = 16;
+
+    explicit TaskThreads(String const& name) : m_name(name) {}
+
+    /// Starts the task; the general failure while the most are busy.
+    XCode run(std::function<void()> const& task)
+    {
+        for (TaskThread& thread : m_threads)
+        {
+            if (!thread.isBusy())
+            {
+                return thread.run(task);
+            }
+        }
+        return m_threads.size() < MAX_COUNT ? m_threads.emplace_back(m_name).run(task) : XCODE_FAILURE;
+    }
+
+    void join()
+    {
+        for (TaskThread& thread : m_threads)
+        {
+            thread.join();
+        }
+    }
+
+private:
+    String const m_name;
+    std::list<TaskThread> m_threads;
 };

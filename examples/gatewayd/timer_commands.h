@@ -7,14 +7,14 @@
 class TimerCommands : public CommandGroup
 {
 public:
-    TimerCommands(Console& console, ZKEventLoop& loop);
+    explicit TimerCommands(ZKEventLoop& loop);
 
     void end() override;
 
 private:
-    void timer(Command const& command, String const& arguments);
-    void timers(Command const& command, String const& arguments);
-    void cancel(Command const& command, String const& arguments);
+    void timer(Call const& call, String const& arguments);
+    void timers(Call const& call, String const& arguments);
+    void cancel(Call const& call, String const& arguments);
 
     ZKEventLoop& m_loop;
     Timers m_timers;

@@ -1,10 +1,7 @@
 #include "timers.h"
 
-#include "console.h"
-
-Timers::Timers(ZKEventLoop& loop, Console& console)
+Timers::Timers(ZKEventLoop& loop)
     : m_loop(loop),
-      m_console(console),
       m_mutex(false),
       m_removeOnLoop(ZK::bindArgs(ZK::FunctionContext{ZK::FunctionContext::Type::ASYNC, &loop}, &Timers::remove, this,
                                   std::placeholders::_1))
@@ -16,9 +13,9 @@ Timers::~Timers()
     clear();
 }
 
-void Timers::start(unsigned int milliseconds, bool isPeriodic, String const& text)
+void Timers::start(Call const& call, unsigned int milliseconds, bool isPeriodic, String const& text)
 {
-    auto* timer = new Timer{this, 0, milliseconds, isPeriodic, text, 0, nullptr};
+    auto* timer = new Timer{this, call, 0, milliseconds, isPeriodic, text, 0, nullptr};
     timer->event = new _ZKTimeoutEvent(m_loop, EventPrio::NORMAL, &Timers::ON_TIMEOUT, timer);
     {
         ZKAutoLock<ZKMutex> guard(m_mutex);
@@ -26,19 +23,19 @@ void Timers::start(unsigned int milliseconds, bool isPeriodic, String const& tex
         {
             timer->event->destroy();
             delete timer;
-            m_console.say(String(String::Formatted(), "there are %u timers already, cancel one first", MAX_COUNT));
+            call.say(String(String::Formatted(), "there are %u timers already, cancel one first", MAX_COUNT));
             return;
         }
         timer->number = m_nextNumber++;
         m_timers.add(timer->number, timer);
     }
     unsigned int const number = timer->number;
-    m_console.say(String(String::Formatted(), "timer %u runs %s %u ms on %s", number,
-                         isPeriodic ? "every" : "once, after", milliseconds, m_loop.getName().c_str()));
+    call.say(String(String::Formatted(), "timer %u runs %s %u ms on %s", number, isPeriodic ? "every" : "once, after",
+                    milliseconds, m_loop.getName().c_str()));
     // from here on a one-shot timer may be gone at any moment
     if (XCode code = timer->event->start(milliseconds, isPeriodic, false); code.isErr())
     {
-        m_console.say(String(String::Formatted(), "timer %u can't be started: %s", number, code.toString().c_str()));
+        call.say(String(String::Formatted(), "timer %u can't be started: %s", number, code.toString().c_str()));
         m_removeOnLoop(number);
     }
 }
@@ -93,8 +90,8 @@ void Timers::onTimeout(Timer& timer)
         ZKAutoLock<ZKMutex> guard(m_mutex);
         runs = ++timer.runs;
     }
-    m_console.say(String(String::Formatted(), "timer %u, run %u, on thread %s: %s", timer.number, runs,
-                         ZKThread::CURRENT_NAME().c_str(), timer.text.c_str()));
+    timer.call.say(String(String::Formatted(), "timer %u, run %u, on thread %s: %s", timer.number, runs,
+                          ZKThread::CURRENT_NAME().c_str(), timer.text.c_str()));
     if (!timer.isPeriodic)
     {
         remove(timer.number);
@@ -111,7 +108,7 @@ void Timers::remove(unsigned int number)
             return;
         }
     }
-    m_console.say(String(String::Formatted(), "timer %u is gone", number));
+    timer->call.say(String(String::Formatted(), "timer %u is gone", number));
     timer->event->destroy();
     delete timer;
 }

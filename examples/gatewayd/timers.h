@@ -1,8 +1,6 @@
 #pragma once
 
-#include "zekovar/zekovar.h"
-
-class Console;
+#include "command_group.h"
 
 /// The operator's timers on one loop. The table is guarded by a mutex; an event is destroyed on the loop's thread only, or while
 /// that thread is stopped, so that its handler never meets a timer that has gone.
@@ -11,10 +9,11 @@ class Timers
 public:
     static constexpr unsigned int MAX_COUNT = 100;
 
-    Timers(ZKEventLoop& loop, Console& console);
+    explicit Timers(ZKEventLoop& loop);
     ~Timers();
 
-    void start(unsigned int milliseconds, bool isPeriodic, String const& text);
+    /// What the timer tells goes to the caller.
+    void start(Call const& call, unsigned int milliseconds, bool isPeriodic, String const& text);
 
     /// Hands the cancellation to the loop; false if no timer has that number.
     bool cancel(unsigned int number);
@@ -29,6 +28,7 @@ private:
     struct Timer
     {
         Timers* owner;
+        Call call;
         unsigned int number;
         unsigned int milliseconds;
         bool isPeriodic;
@@ -42,7 +42,6 @@ private:
     void remove(unsigned int number);
 
     ZKEventLoop& m_loop;
-    Console& m_console;
     mutable ZKMutex m_mutex; // guards m_timers, m_nextNumber and each timer's runs
     ZKUIntHashTable<Timer*> m_timers;
     unsigned int m_nextNumber = 1;

@@ -1,13 +1,14 @@
 #include "workbench.h"
 
-#include "console.h"
 #include "crypto_commands.h"
 #include "debug_commands.h"
 #include "job_commands.h"
 #include "link_commands.h"
 #include "loop_commands.h"
+#include "net_commands.h"
 #include "regex_commands.h"
 #include "report_commands.h"
+#include "session.h"
 #include "timer_commands.h"
 
 #include <cctype>
@@ -17,23 +18,24 @@ namespace
 constexpr int USAGE_COLUMN = 28;
 }
 
-Workbench::Workbench(ZKEventLoop& loop, Console& console) : CommandGroup(console)
+Workbench::Workbench(ZKEventLoop& loop, Console& console)
 {
     add("help", "", "lists the commands", &Workbench::help);
     add("wait", "MS", "takes no further command for that time; for scripts", &Workbench::wait);
-    add("quit", "", "ends the daemon", &Workbench::quit);
+    add("quit", "", "ends the daemon; on a TCP port, the session", &Workbench::quit);
 
-    m_groups.push_back(std::make_unique<LoopCommands>(console, loop));
-    m_groups.push_back(std::make_unique<TimerCommands>(console, loop));
-    m_groups.push_back(std::make_unique<DebugCommands>(console, m_monitors));
+    m_groups.push_back(std::make_unique<LoopCommands>(loop));
+    m_groups.push_back(std::make_unique<TimerCommands>(loop));
+    m_groups.push_back(std::make_unique<DebugCommands>(m_monitors));
     m_groups.push_back(std::make_unique<LinkCommands>(console, loop));
-    m_groups.push_back(std::make_unique<JobCommands>(console));
-    m_groups.push_back(std::make_unique<RegexCommands>(console));
-    m_groups.push_back(std::make_unique<CryptoCommands>(console));
-    m_groups.push_back(std::make_unique<ReportCommands>(console, m_monitors));
+    m_groups.push_back(std::make_unique<JobCommands>());
+    m_groups.push_back(std::make_unique<NetCommands>());
+    m_groups.push_back(std::make_unique<RegexCommands>());
+    m_groups.push_back(std::make_unique<CryptoCommands>());
+    m_groups.push_back(std::make_unique<ReportCommands>(m_monitors));
 }
 
-void Workbench::execute(String const& line)
+void Workbench::execute(std::shared_ptr<Session> const& session, String const& line)
 {
     String arguments = line;
     arguments.trim(&isspace);
@@ -45,10 +47,10 @@ void Workbench::execute(String const& line)
     Command const* const command = find(name);
     if (command == nullptr)
     {
-        m_console.say(String(String::Formatted(), "no command '%.40s', try 'help'", name.c_str()));
+        session->say(String(String::Formatted(), "no command '%.40s', try 'help'", name.c_str()));
         return;
     }
-    command->run(*command, arguments);
+    command->run({*command, session}, arguments);
 }
 
 void Workbench::end()
@@ -80,9 +82,9 @@ Command const* Workbench::find(String const& name) const
     return command;
 }
 
-void Workbench::help(Command const& command, String const& arguments)
+void Workbench::help(Call const& call, String const& arguments)
 {
-    if (!takesNone(command, arguments))
+    if (!takesNone(call, arguments))
     {
         return;
     }
@@ -101,24 +103,24 @@ void Workbench::help(Command const& command, String const& arguments)
     {
         describe(*group);
     }
-    m_console.write(text);
+    call.write(text);
 }
 
-void Workbench::wait(Command const& command, String const& arguments)
+void Workbench::wait(Call const& call, String const& arguments)
 {
     unsigned int milliseconds = 0;
     if (!CommandLine::parseNumber(arguments, 1, CommandLine::MAX_MILLISECONDS, milliseconds))
     {
-        refuse(command, "MS is a number from 1 to 86400000");
+        refuse(call, "MS is a number from 1 to 86400000");
         return;
     }
-    m_console.pause(milliseconds);
+    call.session->pause(milliseconds);
 }
 
-void Workbench::quit(Command const& command, String const& arguments)
+void Workbench::quit(Call const& call, String const& arguments)
 {
-    if (takesNone(command, arguments))
+    if (takesNone(call, arguments))
     {
-        m_console.end("quit");
+        call.session->end("quit");
     }
 }

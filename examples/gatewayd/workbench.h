@@ -5,6 +5,8 @@
 
 #include <memory>
 
+class Console;
+
 /// All commands of the console: its own and those of the groups.
 class Workbench : public CommandGroup
 {
@@ -13,16 +15,16 @@ public:
     Workbench(ZKEventLoop& loop, Console& console);
 
     /// Runs one command line; whatever is wrong with it is answered in one line. On the console's loop.
-    void execute(String const& line);
+    void execute(std::shared_ptr<Session> const& session, String const& line);
 
     void end() override;
 
 private:
     Command const* find(String const& name) const;
 
-    void help(Command const& command, String const& arguments);
-    void wait(Command const& command, String const& arguments);
-    void quit(Command const& command, String const& arguments);
+    void help(Call const& call, String const& arguments);
+    void wait(Call const& call, String const& arguments);
+    void quit(Call const& call, String const& arguments);
 
     MonitorList m_monitors;
     std::vector<std::unique_ptr<CommandGroup>> m_groups;

@@ -163,6 +163,54 @@ expect report '^  monitor:  *system$' '^executor  suspended  invoked' '^system  
 [ $? -eq 2 ] || fail "--preferences: status isn't 2"
 expect --preferences '^gatewayd: the preferences /none can.t be read'
 
+# texts of the network
+"$@" <"$dir/in" >"$dir/out" 2>&1 &
+daemon=$!
+exec 3>"$dir/in"
+printf 'resolve 127.0.0.1\nresolve no-such-host.invalid\nparse-uri http://me@[::1]:80/a/b\nparse-uri nothing\n' >&3
+await '^127.0.0.1 has the address 127.0.0.1$'
+await '^no-such-host.invalid: '
+exec 3>&-
+wait $daemon || fail "network: status $?"
+expect network "^host     'me@::1'$" "^path     'a/b'$" "^together 'http://me@\[::1\]:80/a/b'$" '^No Protocol specified in URI'
+
+# the console over TCP: many clients at once, each with its own answers; standard input has ended meanwhile
+if command -v nc >/dev/null; then
+    "$@" --console 0 </dev/null >"$dir/out" 2>&1 &
+    daemon=$!
+    await '^the console listens on 127.0.0.1, port [0-9]'
+    port=$(sed -n 's/^the console listens on 127.0.0.1, port //p' "$dir/out")
+    clients=
+    for client in 1 2 3 4 5 6 7 8; do
+        { printf 'timer 60000 timer of %s\r\nmatch (%s) x%s\nfrobnicate%s\n' $client $client $client $client; printf 'quit\n'; } |
+            nc -w 60 127.0.0.1 "$port" >"$dir/client$client" &
+        clients="$clients $!"
+    done
+    # shellcheck disable=SC2086
+    wait $clients
+    for client in 1 2 3 4 5 6 7 8; do
+        for pattern in "^gatewayd> timer [1-8] runs once" "^group 1 from 1 to 2: '$client'" "no command 'frobnicate$client'"; do
+            grep -q "$pattern" "$dir/client$client" || fail "client $client: no '$pattern' in $(cat "$dir/client$client")"
+        done
+        ! grep -q "frobnicate[^$client]" "$dir/client$client" || fail "client $client has the answers of another"
+    done
+    mkfifo "$dir/typed"
+    nc 127.0.0.1 "$port" <"$dir/typed" >"$dir/client" &
+    client=$!
+    exec 3>"$dir/typed"
+    printf 'link up\n' >&3
+    await '^link 1 is connecting'
+    kill -TERM $daemon
+    wait $daemon || fail "console: status $?"
+    exec 3>&-
+    wait $client
+    grep -q '^link 1 is connecting' "$dir/client" || fail "the client doesn't see the link"
+    grep -q '^gatewayd ends: Terminated' "$dir/client" || fail "the client doesn't see the end"
+fi
+"$@" --console 70000 </dev/null >"$dir/out" 2>&1
+[ $? -eq 2 ] || fail "--console: status isn't 2"
+expect --console "^gatewayd: '70000' is no port"
+
 # the reports show a blocked loop and a contended lock while they last; SIGTERM cuts both short, a second one does no harm
 "$@" --loop config <"$dir/in" >"$dir/out" 2>&1 &
 daemon=$!
