@@ -122,6 +122,10 @@
 #include "zekovar/net/uri.h"
 
 #include "zekovar/process/connection_process.h"
+#include "zekovar/process/exec_job.h"
+#include "zekovar/process/exec_job_event.h"
+#include "zekovar/process/exec_job_manager.h"
+#include "zekovar/process/exec_job_supervisor.h"
 #include "zekovar/process/fork_and_exec.h"
 #include "zekovar/process/shell_protocol.h"
 #include "zekovar/process/shell_server.h"

@@ -1,0 +1,215 @@
+#include "tests/events/loop_fixture.h"
+#include "tests/process/tidy_test.h"
+#include "tests/string_printer.h"
+#include "tests/temporary_directory.h"
+#include "zekovar/events/event_sync.h"
+#include "zekovar/process/exec_job_manager.h"
+
+#include <csignal>
+#include <memory>
+
+namespace
+{
+using Stop = ZKAutoLock<ZKEventLoop>;
+
+/// Keeps what arrives on the loop, and calls `onReport` for each report.
+class Recorder : public _ZKExecJobEvent::CallbackHandler
+{
+public:
+    void statusUpdate(_ZKExecJobEvent* event, String const& text) override
+    {
+        output += text;
+        report(event);
+    }
+
+    void terminated(_ZKExecJobEvent* event, String const& text, XCode code) override
+    {
+        EXPECT_EQ(text, "\n");
+        lastCode = code;
+        ends++;
+        report(event);
+    }
+
+    std::function<void(String const& name)> onReport;
+    String output; // these two are read when the loop stands still
+    XCode lastCode = XCODE_EXIT;
+    std::atomic<unsigned int> ends{0};
+
+private:
+    void report(_ZKExecJobEvent* event)
+    {
+        if (onReport)
+            onReport(event->getName());
+    }
+};
+
+class ExecJobManager : public TidyTest
+{
+protected:
+    String execute(char const* script, String const& outputFile = "")
+    {
+        String name;
+        EXPECT_TRUE(manager->executeJob("sh", {"-c", script}, name, outputFile).isSuccess());
+        return name;
+    }
+
+    /// The job of that name; null if there is none.
+    _ZKExecJob* find(String const& name)
+    {
+        _ZKExecJob* job = nullptr;
+        bool const isFound = manager->getJobPtr(name, &job).isSuccess();
+        EXPECT_EQ(isFound, job != nullptr);
+        return job;
+    }
+
+    template <class Condition>
+    bool eventuallyStopped(Condition condition)
+    {
+        return eventually(
+            [&]
+            {
+                Stop stop(loop);
+                return condition();
+            });
+    }
+
+    /// Starts a job that writes without end, on a loop that doesn't run, and waits until no report finds a place.
+    String executeUntilFull()
+    {
+        String const name = execute("while :; do echo text; done");
+        ZKEventQueue& queue = loop.getQueue(EventPrio::NORMAL);
+        EXPECT_TRUE(eventually([&] { return queue.getFillLevel() == _ZKExecJobEvent::PLACES; }));
+        return name;
+    }
+
+    TestLoop loop;
+    Recorder recorder;
+    std::unique_ptr<_ZKExecJobManager> manager =
+        std::make_unique<_ZKExecJobManager>(loop, EventPrio::NORMAL, &recorder);
+};
+}
+
+TEST_F(ExecJobManager, ReportsOnTheLoopAndForgetsWhatHasEnded)
+{
+    TemporaryDirectory const directory;
+    Recorder other;
+    String otherName;
+    String const name = execute("printf 'a\\0b'; exit 3", directory / "output");
+    EXPECT_TRUE(name.startsWith("job_0x"));
+    EXPECT_TRUE(
+        manager->executeJobWithUserProvidedHandler("/bin/sh", {"-c", "printf $X"}, {"X=given"}, otherName, "", &other)
+            .isSuccess());
+    EXPECT_FALSE(name == otherName);
+    EXPECT_TRUE(manager->isJobExecuting(name));
+    loop.start();
+    ASSERT_TRUE(eventuallyStopped([&] { return find(name) == nullptr && find(otherName) == nullptr; }));
+    EXPECT_EQ(recorder.ends, 1u);
+    EXPECT_EQ(recorder.lastCode.getValue(), XCODE_FAILURE);
+    EXPECT_EQ(recorder.output, "  a") << "what a zero byte hides is padded";
+    TString<char> written;
+    ASSERT_TRUE(ZKFile::READ_TSTRING(directory / "output", written, O_RDONLY, true).isSuccess());
+    EXPECT_EQ(String(written.data(), written.length(), 0, written.length()), "  a\n");
+    EXPECT_EQ(other.output, "given");
+    EXPECT_TRUE(other.lastCode.isSuccess());
+}
+
+TEST_F(ExecJobManager, RefusesWhatItCannotRunOrDoesNotKnow)
+{
+    String name = "unchanged";
+    _ZKExecJob* job = nullptr;
+    EXPECT_EQ(manager->executeJob("true", {}, name, "/no/such/directory/file").getRawValue(), XCODE_ERRNO + ENOENT);
+    EXPECT_EQ(manager->executeJob(nullptr, name, "").getValue(), XCODE_FAILURE);
+    EXPECT_EQ(manager->executeJob(find(execute("exec sleep 1000")), name, "").getValue(), XCODE_FAILURE);
+    EXPECT_EQ(manager->getTheJobBack(name, &job).getValue(), XCODE_FAILURE);
+    EXPECT_EQ(manager->sendInputToJob(name, "text").getValue(), XCODE_FAILURE);
+    EXPECT_EQ(manager->sendSignal(name, SIGTERM).getValue(), XCODE_FAILURE);
+    EXPECT_EQ(manager->cancelAndDestroyJob(name).getValue(), XCODE_FAILURE);
+    EXPECT_EQ(manager->destroyJobEvent(name).getValue(), XCODE_FAILURE);
+    EXPECT_FALSE(manager->isJobExecuting(name));
+    EXPECT_EQ(name, "unchanged");
+}
+
+TEST_F(ExecJobManager, LosesNothingToASlowLoop)
+{
+    execute("head -c 500000 /dev/zero | tr '\\0' x");
+    loop.start();
+    ASSERT_TRUE(eventually([&] { return recorder.ends == 1; }));
+    loop.stop();
+    EXPECT_TRUE(recorder.lastCode.isSuccess());
+    EXPECT_EQ(recorder.output, String::repeat("x", 500000));
+
+    // the loop's thread may wait for a job that it has stopped, and hears of its end
+    _ZKExecJob* const job = find(executeUntilFull());
+    job->stop(SIGKILL);
+    job->join();
+    ASSERT_TRUE(loop.handleAll());
+    EXPECT_EQ(recorder.ends, 2u);
+}
+
+TEST_F(ExecJobManager, GivesJobsBack)
+{
+    auto passed = std::make_unique<_ZKExecJob>("passed");
+    passed->setup(nullptr, "sleep 1000", true);
+    String name;
+    _ZKExecJob* job = nullptr;
+    ASSERT_TRUE(manager->executeJob(passed.get(), name, "").isSuccess());
+    ASSERT_TRUE(manager->getTheJobBack(name, &job).isSuccess());
+    EXPECT_EQ(job, passed.get());
+    EXPECT_EQ(manager->getTheJobBack(name, &job).getValue(), XCODE_FAILURE);
+    EXPECT_EQ(manager->cancelAndDestroyJob(name).getValue(), XCODE_FAILURE);
+    EXPECT_TRUE(manager->isJobExecuting(name));
+    passed.reset();
+    loop.start();
+    ASSERT_TRUE(eventuallyStopped([&] { return !manager->isJobExecuting(name); }));
+    EXPECT_EQ(recorder.ends, 1u) << "the end is still reported";
+    loop.stop();
+
+    recorder.onReport = [&](String const& ended) // at the end
+    {
+        EXPECT_FALSE(manager->isJobExecuting(ended));
+        EXPECT_TRUE(manager->getTheJobBack(ended, &job).isSuccess());
+        passed.reset(job);
+    };
+    execute("exit 5");
+    loop.start();
+    ASSERT_TRUE(eventuallyStopped([&] { return recorder.ends == 2; }));
+    passed->join();
+    EXPECT_EQ(passed->getExitStatus(), 5);
+    EXPECT_TRUE(passed->start("").isSuccess()) << "it is a job like any other, whose reports nobody takes";
+}
+
+TEST_F(ExecJobManager, CancelsInEveryState)
+{
+    EXPECT_TRUE(manager->cancelAndDestroyJob(execute("sleep 1000")).isSuccess()) << "just started";
+    EXPECT_TRUE(manager->cancelAndDestroyJob(executeUntilFull()).isSuccess());
+    ASSERT_TRUE(loop.handleAll());
+    loop.stop();
+
+    _ZKExecJob* job = nullptr;
+    String const back = executeUntilFull();
+    ASSERT_TRUE(manager->getTheJobBack(back, &job).isSuccess());
+    delete job;
+    EXPECT_TRUE(manager->destroyJobEvent(back).isSuccess());
+
+    String const ended = execute("true");
+    find(ended)->join();
+    EXPECT_TRUE(manager->cancelAndDestroyJob(ended).isSuccess()) << "and the loop doesn't know yet";
+    ASSERT_TRUE(loop.handleAll());
+    EXPECT_EQ(recorder.ends, 0u) << "no handler hears of what was cancelled";
+}
+
+TEST_F(ExecJobManager, LetsHandlersCancelAndDestroy)
+{
+    std::atomic<int> cancelled{0};
+    recorder.onReport = [&](String const& name) { cancelled += manager->cancelAndDestroyJob(name).isSuccess(); };
+    execute("echo text; exec sleep 1000");
+    execute("true");
+    loop.start();
+    ASSERT_TRUE(eventually([&] { return cancelled == 2; }));
+    loop.stop();
+    recorder.onReport = [&](String const&) { manager.reset(); };
+    execute("echo text; exec sleep 1000");
+    execute("exec sleep 1000");
+    loop.start();
+    EXPECT_TRUE(eventuallyStopped([&] { return manager == nullptr; }));
+}
