@@ -163,6 +163,8 @@
 #include "zekovar/regex/regex.h"
 #include "zekovar/regex/search_plan.h"
 
+#include "zekovar/testing/test_manager.h"
+
 #include "zekovar/threads/assertion.h"
 #include "zekovar/threads/auto_lock.h"
 #include "zekovar/threads/backtrace.h"
