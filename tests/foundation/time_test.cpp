@@ -75,6 +75,7 @@ TEST(Time, TextShowsUnitsFromTheFirstThatIsNotZero)
     EXPECT_EQ(shortForm(DAY + 2 * 3600 + 3 * 60 + 4, 0, 4), "1d 2h 3m 4s");
     EXPECT_EQ(Time(DAY + 3600 + 60 + 1).toString(Time::Format::LONG, 4, true), "1 day 1 hour 1 minute 1 seconds");
     EXPECT_EQ(Time(2 * DAY + 7200 + 120).toString(Time::Format::LONG, 4, true), "2 days 2 hours 2 minutes");
+    EXPECT_EQ(Time(3661).toString(Time::Format::LONG, 2, true), "1 hour 1 minute");
     EXPECT_EQ(Time(0).toString(Time::Format::LONG, 4, true), "0 second");
     EXPECT_EQ(listed(shortForm(5, 0, 0), shortForm(3 * 60 + 4, 0, 1)), "0s|3m");
     EXPECT_EQ(listed(shortForm(DAY + 5, 0, 3), shortForm(DAY + 5, 0, 4)), "1d|1d 5s") << "units of zero take a place";
