@@ -4,6 +4,7 @@
 #include "zekovar/diagnostics/qep.h"
 #include "zekovar/events/event_loop.h"
 #include "zekovar/events/synchronized.h"
+#include "zekovar/files/actions.h"
 #include "zekovar/foundation/everlasting.h"
 #include "zekovar/foundation/static_factory.h"
 #include "zekovar/foundation/string.h"
@@ -17,8 +18,12 @@
 
 namespace
 {
+constinit ZK::Detail::Everlasting<Actions> s_actions;
 constinit ZK::Detail::Everlasting<ZKMutexPrivate> s_globalMutex(false);
 }
+
+constinit Actions& Actions::s_instance = ::s_actions.object;
+constinit std::atomic<IActions*> Actions::s_pActions{&::s_actions.object};
 
 String const String::s_empty;
 
