@@ -140,6 +140,7 @@ TEST(TimeSpecification, WhatHasPassedCarriesIntoOpenFieldsOnly)
     TimeZone const utc("UTC0");
     EXPECT_EQ(calculated({30, 3, UNSET, UNSET, UNSET}, {}, "2021-12-31T03:30:59"), "2021-12-31 03:30:59");
     EXPECT_EQ(calculated({30, 3, UNSET, UNSET, UNSET}, {}, "2021-12-31T03:31:00"), "2022-01-01 03:30:00");
+    EXPECT_EQ(calculated({10, UNSET, UNSET, UNSET, UNSET}, {}, "2021-12-31T22:30:00"), "2021-12-31 23:10:00");
     EXPECT_EQ(calculated({UNSET, UNSET, UNSET, UNSET, 2019}, {}, "2021-05-06T07:08:09"), "2019-01-01 00:00:00");
     EXPECT_EQ(calculated({UNSET, 3, UNSET, UNSET, 2021}, {}, "2021-12-31T07:08:09"), "2021-12-31 03:00:00");
     EXPECT_EQ(calculated({UNSET, UNSET, 5, UNSET, 2021}, {}, "2021-12-20T07:08:09"), "2021-12-05 00:00:00");
@@ -161,7 +162,7 @@ TEST(TimeSpecification, WeekdaysShiftThereAndBack)
     // the Sunday on or before it; the first is looked for from the end of the next Monday on
     auto const sunday = [](char const* now) { return calculated({0, 12, 1, UNSET, UNSET}, {0, 0, 0, 0, 0, -7}, now); };
     EXPECT_EQ(sunday("2021-08-28T00:00:00"), "2021-08-29 12:00:00");
-    EXPECT_EQ(sunday("2021-08-31T00:00:00"), "2021-09-26 12:00:00");
+    EXPECT_EQ(sunday("2021-10-29T00:00:00"), "2021-11-28 12:00:00");
 }
 
 TEST(TimeSpecification, SpecifiedTimesAreLocal)
@@ -215,6 +216,8 @@ TEST(TimeSpecification, RulesStayInTheirYearOrStopAt2036)
     { return resultOf(&_TimeSpecification::calculateDST, time, _TimeSpecification().m_offset, now, mode); };
     time_t const late = 0x7FE00000; // in December 2037
     EXPECT_EQ(calculateDST({0, 1, 31, 3, UNSET}, late, START), "2037-03-31 01:00:00");
+    EXPECT_EQ(calculateDST({0, 1, 31, 3, UNSET}, 2095891200, START), "2036-03-31 01:00:00") << "though it has passed";
+    EXPECT_EQ(calculateDST({0, 1, 31, 3, UNSET}, 922842000, START), "1999-03-31 01:00:00") << "which is the present";
     EXPECT_EQ(calculateDST({0, 1, 31, 3, UNSET}, 0, END), "2036-03-31 01:00:00");
     EXPECT_EQ(calculateDST({0, 1, 31, 3, 1999}, late, START), "1999-03-31 01:00:00");
     EXPECT_EQ(calculateDST({0, 1, 31, 3, 1999}, static_cast<time_t>(0x7FE90000), START), "Current date is invalid");
