@@ -208,28 +208,35 @@ TEST(TcpServer, LackOfDescriptorsLosesNobodyWhoWaits)
 
 TEST(TcpServer, MayBeDestroyedByASlotAndLeavesKeptClientsToTheirKeepers)
 {
-    EchoServer echo;
-    Client kept;
-    std::string received;
-    echo.onCommand = [&](Client client, std::string const&)
+    for (bool const inFront : {false, true}) // of the server's own slot, which is called nevertheless
     {
-        kept = client;
-        echo.server = nullptr;
-    };
-    Peer const other = echo.connectPeer();
-    Peer const keeper = echo.connectPeer();
-    ASSERT_TRUE(echo.waitFor(echo.connected, 2));
-    keeper.send("destroy the server");
-    EXPECT_EQ(other.receive(1), "");
-    ASSERT_TRUE(echo.loop.eventually([&] { return !echo.server; }));
+        EchoServer echo;
+        Client kept;
+        std::string received;
+        auto const destroy = [&](TString<char> const&) { echo.server = nullptr; };
+        auto const receive = [&](TString<char> const& data) { received.append(data.data(), data.length()); };
+        echo.onCommand = [&](Client client, std::string const&)
+        {
+            kept = client;
+            if (inFront)
+                client->onBinaryData.connect(ZK::bindArgs(ZK::directCall(), destroy), ZK::Sig::Ordering::FRONT);
+            else
+                echo.server = nullptr;
+        };
+        Peer const other = echo.connectPeer(), keeper = echo.connectPeer();
+        ASSERT_TRUE(echo.waitFor(echo.connected, 2));
+        keeper.send("keep me");
+        EXPECT_TRUE(echo.loop.eventually([&] { return static_cast<bool>(kept); }));
+        keeper.send("once more");
+        EXPECT_EQ(other.receive(1), "");
 
-    auto const receive = [&](TString<char> data) { received.append(data.data(), data.length()); };
-    echo.loop.synchronized([&] { kept->onBinaryData.connect(ZK::bindArgs(ZK::directCall(), receive)); });
-    keeper.send("to the keeper");
-    EXPECT_TRUE(echo.loop.eventually([&] { return received == "to the keeper"; }));
-    echo.loop.synchronized([&] { kept = nullptr; });
-    EXPECT_EQ(keeper.receive(1), "");
-    EXPECT_EQ(echo.disconnected, 0);
+        echo.loop.synchronized([&] { kept->onBinaryData.connect(ZK::bindArgs(ZK::directCall(), receive)); });
+        keeper.send("to the keeper");
+        EXPECT_TRUE(echo.loop.eventually([&] { return received.ends_with("to the keeper"); }));
+        echo.loop.synchronized([&] { kept = nullptr; });
+        EXPECT_EQ(keeper.receive(1), "");
+        EXPECT_EQ(echo.disconnected, 0);
+    }
 }
 
 TEST(TcpServer, StopsWithoutASignalAndStartsAgain)

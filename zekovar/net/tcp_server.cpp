@@ -4,9 +4,6 @@
 #include "zekovar/events/event_sync.h"
 
 #include <algorithm>
-#include <functional>
-
-using std::placeholders::_1;
 
 namespace ZK
 {
@@ -23,13 +20,20 @@ TcpServer::TcpServer(ZKEventLoop& loop)
       clientDisconnected(this),
       m_listener(MovePtr<TcpSocket>(new TcpSocket(loop, true))),
       m_cleanup(loop, EventPrio::NORMAL, this, &TcpServer::_onDeferredCleanupEvent),
-      m_acceptHook(m_listener->accepted.connect(bindArgs(&TcpServer::_onAccept, this, _1))),
-      m_forgetSize(SMALLEST_FORGET_SIZE)
+      m_forgetSize(SMALLEST_FORGET_SIZE),
+      m_self(std::make_shared<TcpServer*>(this))
 {
+    auto const accept = [self = m_self](ZKPPtr<TcpSocket> client)
+    {
+        if (*self != nullptr)
+            (*self)->_onAccept(std::move(client));
+    };
+    m_acceptHook = m_listener->accepted.connect(bindArgs(directCall(), accept));
 }
 
 TcpServer::~TcpServer()
 {
+    *m_self = nullptr;
     m_listener->close(); // which ends its accepting, if a slot of ours destroys the server from there
 }
 
@@ -56,13 +60,21 @@ void TcpServer::_onAccept(ZKPPtr<TcpSocket> client)
     forgetClosed();
 
     // The slots are the socket's own and know it without a reference: it would keep itself alive.
-    TcpSocket* const socket = client.getObj();
+    auto const receive = [self = m_self, socket = client.getObj()](TString<char> data)
+    {
+        if (*self != nullptr)
+            (*self)->clientData(socket, std::move(data));
+    };
+    auto const end = [self = m_self, socket = client.getObj()]
+    {
+        if (*self != nullptr)
+            (*self)->_onDisconnect(socket);
+    };
     Connection connection{client, {}, {}};
     {
         ZKLockPtr<TcpSocket> const locked = client.getLock();
-        connection.data = locked->onBinaryData.connect(
-            bindArgs(directCall(), [this, socket](TString<char> data) { clientData(socket, std::move(data)); }));
-        connection.hangup = locked->onHangup.connect(bindArgs(directCall(), [this, socket] { _onDisconnect(socket); }));
+        connection.data = locked->onBinaryData.connect(bindArgs(directCall(), receive));
+        connection.hangup = locked->onHangup.connect(bindArgs(directCall(), end));
     }
     m_connections.add(connection);
     clientConnected(client);

@@ -8,6 +8,8 @@
 #include "zekovar/foundation/tstring.h"
 #include "zekovar/net/tcp_socket.h"
 
+#include <memory>
+
 namespace ZK
 {
 /// Listens for TCP clients, keeps their sockets and tells by three signals, per client, what happens.
@@ -77,7 +79,11 @@ private:
     Connections m_connections;
     ZKList<ZKPPtr<TcpSocket>> m_deadConnections; // to be closed
     ZKEventRegular<TcpServer> m_cleanup;
-    Sig::ScopedConnection m_acceptHook;
     unsigned int m_forgetSize; // connections at which closed ones are looked for
+
+    // What the slots know of the server. An emission calls a slot even if one before it has disconnected it and destroyed
+    // the server.
+    std::shared_ptr<TcpServer*> m_self; // to null once destroyed
+    Sig::ScopedConnection m_acceptHook;
 };
 }
