@@ -203,6 +203,10 @@ TEST(TcpServer, LackOfDescriptorsLosesNobodyWhoWaits)
             peer.send("hello");
             EXPECT_EQ(peer.receive(5), "hello");
         }
+        peers.clear();
+        another.leave();
+        EXPECT_TRUE(echo.waitFor(echo.disconnected, echo.connected - 1));
+        EXPECT_TRUE(echo.loop.handleAll());
     }
 }
 

@@ -1,6 +1,5 @@
 #include "zekovar/net/accept_retry.h"
 
-#include "zekovar/events/loop_standstill.h"
 #include "zekovar/events/timeout_event.h"
 #include "zekovar/foundation/system_code.h"
 
@@ -20,7 +19,6 @@ AcceptRetry::AcceptRetry(ZKEventLoop& loop, Function<void()> const& acceptAll)
 
 AcceptRetry::~AcceptRetry()
 {
-    LoopStandstill const standstill(m_timer->eventLoop());
     m_timer->destroy();
 }
 

@@ -20,7 +20,7 @@ public:
     /// `acceptAll` runs on the loop's thread and may destroy this object.
     AcceptRetry(ZKEventLoop& loop, Function<void()> const& acceptAll);
 
-    /// Waits, on another thread, until the loop stands still.
+    /// On the loop's thread, or while the loop stands still.
     ~AcceptRetry();
 
     AcceptRetry(AcceptRetry const&) = delete;

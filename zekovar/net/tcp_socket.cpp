@@ -1,5 +1,6 @@
 #include "zekovar/net/tcp_socket.h"
 
+#include "zekovar/events/loop_standstill.h"
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/net/accept_retry.h"
 
@@ -27,7 +28,11 @@ TcpSocket::TcpSocket(TcpSocket&& other) : IpSocket(std::move(other)), accepted(t
 {
 }
 
-TcpSocket::~TcpSocket() = default;
+TcpSocket::~TcpSocket()
+{
+    dropHooks();
+    TcpSocket::destruct();
+}
 
 XCode TcpSocket::openSocketOnly(int domain)
 {
@@ -84,10 +89,18 @@ XCode TcpSocket::connect(IpAddress const& address, unsigned short port)
 
 XCode TcpSocket::close()
 {
+    dropHooks();
+    return IpSocket::close();
+}
+
+void TcpSocket::dropHooks()
+{
+    if (m_listenHook.isDisconnected() && m_connectHook.isDisconnected())
+        return;
+    Detail::LoopStandstill const standstill(getEventLoop());
     m_listenHook.disconnect();
     m_connectHook.disconnect();
     m_acceptRetry.reset();
-    return IpSocket::close();
 }
 
 XCode TcpSocket::getReceiveQueueSize(int& bytes) const

@@ -17,7 +17,7 @@ class AcceptRetry;
 ///
 /// Without slots it blocks, as the system's calls do. With one it is non-blocking, and what it has to tell comes as a
 /// signal on the loop's thread: new connections by `accepted`, data and the other side's end by the signals of
-/// `ZK::ActiveFile`. Connect, disconnect and destroy on the loop's thread or synchronised to it.
+/// `ZK::ActiveFile`. Which thread may do what is told there.
 ///
 ///     ZKPPtr<ZK::TcpSocket> listener(ZK::MovePtr<ZK::TcpSocket>(new ZK::TcpSocket(loop, true)));
 ///     listener->accepted.connect(ZK::bindArgs(&Service::onClient, &service, _1));
@@ -87,6 +87,8 @@ public:
     void onReadyForWritingAfterConnect();
 
 private:
+    void dropHooks();
+
     Sig::ScopedConnection m_listenHook;
     Sig::ScopedConnection m_connectHook;
     std::unique_ptr<Detail::AcceptRetry> m_acceptRetry; // while listening

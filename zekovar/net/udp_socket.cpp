@@ -1,5 +1,6 @@
 #include "zekovar/net/udp_socket.h"
 
+#include "zekovar/events/loop_standstill.h"
 #include "zekovar/foundation/system_code.h"
 
 #include <algorithm>
@@ -34,6 +35,12 @@ UdpSocket::UdpSocket(UdpSocket const& other) : IpSocket(other), datagramReceived
 UdpSocket::UdpSocket(UdpSocket&& other)
     : IpSocket(std::move(other)), datagramReceived(this), m_bufferSize(other.m_bufferSize)
 {
+}
+
+UdpSocket::~UdpSocket()
+{
+    dropHook();
+    UdpSocket::destruct();
 }
 
 XCode UdpSocket::openSocketOnly(int domain)
@@ -103,8 +110,16 @@ XCode UdpSocket::sendDatagram(IpAddress const& address, unsigned short port, cha
 
 XCode UdpSocket::close()
 {
-    m_receiveHook.disconnect();
+    dropHook();
     return IpSocket::close();
+}
+
+void UdpSocket::dropHook()
+{
+    if (m_receiveHook.isDisconnected())
+        return;
+    Detail::LoopStandstill const standstill(getEventLoop());
+    m_receiveHook.disconnect();
 }
 
 XCode UdpSocket::getReceiveQueueSize(int& bytes) const

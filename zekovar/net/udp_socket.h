@@ -10,8 +10,7 @@ namespace ZK
 ///
 /// From the start the loop reads all that arrives and gives it to `datagramReceived`; without a slot there it is
 /// dropped. So the socket is non-blocking as long as it is open. `close` ends that for good: one that has been closed,
-/// and a copy, block, and are read by `recvFrom`. Connect, disconnect and destroy on the loop's thread or synchronised
-/// to it.
+/// and a copy, block, and are read by `recvFrom`. Which thread may do what is told at `ZK::ActiveFile`.
 ///
 ///     ZKPPtr<ZK::UdpSocket> socket(ZK::MovePtr<ZK::UdpSocket>(new ZK::UdpSocket(loop, 1500, true)));
 ///     socket->datagramReceived.connect(ZK::bindArgs(&Service::onDatagram, &service, _1, _2, _3));
@@ -32,6 +31,8 @@ public:
     /// Shares the other's descriptor. No slots come along, and this socket's `datagramReceived` stays silent.
     UdpSocket(UdpSocket const& other);
     UdpSocket(UdpSocket&& other);
+
+    ~UdpSocket() override;
 
     using IpSocket::bind;
     using IpSocket::openSocketOnly;
@@ -74,6 +75,7 @@ public:
     void recvUdpPacket();
 
 private:
+    void dropHook();
     XCode sendDatagram(IpAddress const& address, unsigned short port, char const* data, int size, int flags,
                        bool retry);
 

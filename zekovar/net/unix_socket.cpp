@@ -1,5 +1,6 @@
 #include "zekovar/net/unix_socket.h"
 
+#include "zekovar/events/loop_standstill.h"
 #include "zekovar/net/accept_retry.h"
 
 #include <cstring>
@@ -29,7 +30,11 @@ UnixSocket::UnixSocket(UnixSocket&& other) : Socket(std::move(other)), accepted(
 {
 }
 
-UnixSocket::~UnixSocket() = default;
+UnixSocket::~UnixSocket()
+{
+    dropHook();
+    UnixSocket::destruct();
+}
 
 XCode UnixSocket::SOCK_ADDR(sockaddr_storage* storage, unsigned int& length, String const& path)
 {
@@ -128,9 +133,17 @@ XCode UnixSocket::accept(ZKPPtr<UnixSocket>& client, sockaddr* address, unsigned
 
 XCode UnixSocket::close()
 {
+    dropHook();
+    return Socket::close();
+}
+
+void UnixSocket::dropHook()
+{
+    if (m_listenHook.isDisconnected())
+        return;
+    Detail::LoopStandstill const standstill(getEventLoop());
     m_listenHook.disconnect();
     m_acceptRetry.reset();
-    return Socket::close();
 }
 
 void UnixSocket::onReadyForReadingAfterListen()

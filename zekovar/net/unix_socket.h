@@ -84,6 +84,8 @@ public:
     void onReadyForReadingAfterListen();
 
 private:
+    void dropHook();
+
     Sig::ScopedConnection m_listenHook;
     std::unique_ptr<Detail::AcceptRetry> m_acceptRetry; // while listening
 };
