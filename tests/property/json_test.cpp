@@ -120,6 +120,56 @@ TEST(Json, BringsBackGeneratedValues)
     }
 }
 
+TEST(Json, ReadsWideContainersInWhateverContainsThem)
+{
+    Value expected;
+    expected.setMember("first", {1, "a text of some length", nullptr});
+    for (int size : {0, 4095, 4096, 30000, 70000})
+    {
+        Value wide = ZK::Property::array();
+        Value named = ZK::Property::object();
+        for (int i = 0; i < size; i++)
+        {
+            wide.add(i % 100 == 0 ? Value("a text of some length") : Value(i));
+            named.setMember(String::stringOf(i), i);
+        }
+        expected.setMember(String::stringOf(size), {wide, named});
+    }
+    Value value;
+    ASSERT_TRUE(value.fromJson(expected.toJson()).isSuccess());
+    EXPECT_EQ(value, expected);
+    ASSERT_TRUE(value.fromUbjson(expected.toUbjson()).isSuccess());
+    EXPECT_EQ(value.toJson(), expected.toJson());
+}
+
+TEST(Json, KeepsTheFirstPlaceAndTheLastValueOfAKey)
+{
+    for (int keys : {1, 5, 12, 13, 40})
+    {
+        String text = "{\"same\":[]";
+        String expected = "{\"same\":2";
+        for (int i = 0; i < keys; i++)
+        {
+            text.concat(i % 2 != 0 ? ",\"same\":{}" : ",\"same key\":\"1\"")
+                .concat(",\"k")
+                .concat(String::stringOf(i))
+                .concat("\":0");
+            expected.concat(i == 0 ? ",\"same key\":\"1\"" : "")
+                .concat(",\"k")
+                .concat(String::stringOf(i))
+                .concat("\":0");
+        }
+        Value value;
+        ASSERT_EQ(value.fromJson(text.concat(",\"same\":2}")).toString(), "") << text.c_str();
+        EXPECT_EQ(value.toJson(), expected.concat("}"));
+        EXPECT_EQ(value.find("same")->getIntOr(0), 2);
+        value.remove("same");
+        EXPECT_EQ(value.find("same"), nullptr);
+        value.setMember("k0", 1);
+        EXPECT_EQ(value.size(), static_cast<unsigned int>(keys) + 1);
+    }
+}
+
 TEST(Json, RefusesWhatIsNestedTooDeep)
 {
     Value value = nestedArrays(ZK::Property::MAX_DEPTH);

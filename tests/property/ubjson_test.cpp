@@ -94,6 +94,8 @@ TEST(Ubjson, ReadsEveryFormAndTellsWhatIsWrong)
          "Expecting array size after marker: '#': Expecting length: Unsupported number marker: 'Z' (0X5A)"},
         {"[i\x01"sv, "[1]", "Expecting array end marker: ']'"},
         {"[$Z#l\x7f\xff\xff\xff"sv, "[]", "Expecting array size after marker: '#': Length violation"},
+        {"[i\x01[i\x02]{i\001a[i\x03"sv, "[1,[2]]", "Expecting array end marker: ']'"},
+        {"[i\x01[i\x02I"sv, "[1]", "Expecting Int16"},
         {"{$", "", "Expecting object marker after marker: '$'"},
         {"{", "", "Expecting object end marker: '}'"},
     };

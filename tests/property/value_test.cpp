@@ -4,10 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <functional>
 #include <map>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -407,7 +409,7 @@ TEST(PropertyValue, WalksElementsMembersAndTheValueItself)
 
 TEST(PropertyValue, LargeObjectsKeepTheirOrderThroughChanges)
 {
-    Value object;
+    Value object = ZK::Property::object();
     std::map<int, int> model;
     unsigned int random = 12345;
     for (int i = 0; i < 20000; i++)
@@ -425,6 +427,8 @@ TEST(PropertyValue, LargeObjectsKeepTheirOrderThroughChanges)
             object.remove(name);
             model.erase(key);
         }
+        // what was read lies in one piece until it changes
+        ASSERT_TRUE(i % 1000 != 0 || object.fromJson(object.toJson()).isSuccess());
         ASSERT_EQ(object.size(), model.size());
     }
     Value again;
@@ -437,6 +441,55 @@ TEST(PropertyValue, LargeObjectsKeepTheirOrderThroughChanges)
         EXPECT_EQ(std::as_const(object)[String::stringOf(key)].getIntOr(-1), number);
     EXPECT_EQ(again.toString(), object.toString());
     EXPECT_EQ(again, object);
+}
+
+TEST(PropertyValue, ArraysThatCameInOnePieceChangeLikeOthers)
+{
+    std::mt19937 random(1);
+    Value array = ZK::Property::array();
+    std::vector<int> model;
+    for (int i = 0; i < 1000; i++)
+    {
+        auto const place = static_cast<unsigned int>(random() % (model.size() + 1));
+        bool const isElement = place < model.size();
+        Value const copy = array;
+        switch (random() % 7)
+        {
+        case 0:
+            ASSERT_TRUE(array.fromJson(array.toJson()).isSuccess());
+            break;
+        case 1:
+            array.copyOnWrite();
+            break;
+        case 2:
+        case 3:
+            array.add(i);
+            model.push_back(i);
+            break;
+        case 4:
+            array.insert(place, i);
+            model.insert(model.begin() + place, i);
+            break;
+        case 5:
+            array[place] = i;
+            model.resize(std::max<std::size_t>(model.size(), place + 1));
+            model[place] = i;
+            break;
+        default:
+            array.remove(isElement && place % 2 != 0 ? place : array.size() - 1);
+            if (!model.empty())
+                model.erase(isElement && place % 2 != 0 ? model.begin() + place : model.end() - 1);
+        }
+        ASSERT_EQ(array.size(), model.size());
+        for (unsigned int j = 0; j < model.size(); j++)
+            ASSERT_EQ(std::as_const(array)[j].getIntOr(-1), model[j]);
+    }
+    ASSERT_TRUE(array.fromJson("[1,2,3]").isSuccess());
+    Value& kept = array[1];
+    for (int i = 0; i < 100; i++)
+        array.insert(0, i);
+    kept = "there";
+    EXPECT_EQ(array[101].toString(), "there") << "elements stay where they are";
 }
 
 TEST(PropertyValue, DepthDoesNotExhaustTheStack)

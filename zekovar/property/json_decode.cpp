@@ -1,6 +1,7 @@
 #include "zekovar/property/json.h"
 
 #include "zekovar/foundation/base64.h"
+#include "zekovar/property/builder.h"
 #include "zekovar/property/json_lexer.h"
 #include "zekovar/property/text_form.h"
 
@@ -16,9 +17,8 @@ using Token = JSON::Lexer::Token;
 using Type = Value::Type;
 
 /// Whether `Base64` would take each character for what it is; blanks and line ends may stand between them.
-bool isBase64(String const& text, size_t from)
+bool isBase64(std::string_view digits)
 {
-    std::string_view const digits = Detail::wholeText(text).substr(from);
     return std::all_of(digits.begin(), digits.end(),
                        [](char digit)
                        {
@@ -28,33 +28,49 @@ bool isBase64(String const& text, size_t from)
                        });
 }
 
-/// Each function gives an "Invalid" value behind a failure, and never else.
+/// Each function puts one value on the builder's stack; on a failure it gives false.
 class Reader
 {
 public:
-    Reader(char const* text, int length) : m_lexer(text, length) {}
+    Reader(char const* text, int length) : m_lexer(text, length), m_length(static_cast<std::size_t>(length)) {}
 
-    Value readValue(unsigned int depth);
+    bool readValue(unsigned int depth);
+
+    Value takeValue() { return m_builder.take(); }
 
     XCode& failure() { return m_failure; }
 
 private:
-    Value readObject(unsigned int depth);
-    bool readMember(Value& object, unsigned int depth);
-    Value readArray(unsigned int depth);
-    Value readString();
-    Value readBinary(String const& text);
-    Value readInteger();
-    Value readFloating();
-    Value refuse();
+    bool readObject(unsigned int depth);
+    bool readKey();
+    bool readArray(unsigned int depth);
+    bool readString();
+    bool readBinary(std::string_view digits);
+    bool readInteger();
+    bool readFloating();
+    bool refuse();
 
-    Value fail(XCode&& failure)
+    /// Whether the next token is this character, which is then consumed.
+    bool nextIs(char character)
     {
-        m_failure = std::move(failure);
-        return {};
+        m_lexer.skipWhitespaces();
+        return m_lexer.parseConstChar(character);
     }
 
-    Value fail(String const& message)
+    template <class T>
+    bool add(T&& value)
+    {
+        m_builder.add(std::forward<T>(value));
+        return true;
+    }
+
+    bool fail(XCode&& failure)
+    {
+        m_failure = std::move(failure);
+        return false;
+    }
+
+    bool fail(String const& message)
     {
         XCode failure(XCODE_FAILURE);
         failure.setString(message);
@@ -62,23 +78,25 @@ private:
     }
 
     JSON::Lexer m_lexer;
+    std::size_t m_length;
+    Value::Store::Builder m_builder;
     XCode m_failure;
 };
 
-Value Reader::readValue(unsigned int depth)
+bool Reader::readValue(unsigned int depth)
 {
-    switch (m_lexer.pop())
+    switch (m_lexer.parseJsonToken())
     {
     case Token::OBJECT_BEGIN:
         return depth < MAX_DEPTH ? readObject(depth + 1) : fail(Detail::tooDeep());
     case Token::ARRAY_BEGIN:
         return depth < MAX_DEPTH ? readArray(depth + 1) : fail(Detail::tooDeep());
     case Token::NULL_WORD:
-        return nullptr;
+        return add(nullptr);
     case Token::FALSE_WORD:
-        return false;
+        return add(false);
     case Token::TRUE_WORD:
-        return true;
+        return add(true);
     case Token::STRING:
         return readString();
     case Token::INTEGER:
@@ -90,104 +108,79 @@ Value Reader::readValue(unsigned int depth)
     }
 }
 
-Value Reader::readObject(unsigned int depth)
+bool Reader::readObject(unsigned int depth)
 {
-    Value object;
-    object.copyOnWrite(Type::OBJECT);
-    if (m_lexer.peek() == Token::OBJECT_END)
+    std::size_t const start = m_builder.size();
+    for (bool isEnd = nextIs('}'); !isEnd; isEnd = nextIs('}'))
     {
-        m_lexer.pop();
-        return object;
-    }
-    while (readMember(object, depth))
-    {
-        Token const next = m_lexer.pop();
-        if (next == Token::OBJECT_END)
-            return object;
-        if (next != Token::COMMA)
+        if (m_builder.size() > start && !nextIs(','))
             return fail("Expecing ',' or '}'");
+        if (!readKey() || !readValue(depth))
+            return false;
     }
-    return {};
-}
-
-bool Reader::readMember(Value& object, unsigned int depth)
-{
-    if (m_lexer.pop() != Token::STRING)
-    {
-        fail(m_lexer.getErrorText());
-        return false;
-    }
-    String key = m_lexer.takeTokenText();
-    if (m_lexer.pop() != Token::COLON)
-    {
-        fail("Expecting ':'");
-        return false;
-    }
-    Value member = readValue(depth);
-    if (member.isInvalid())
-        return false;
-    object.setMember(std::move(key), std::move(member));
+    m_builder.endObject(start);
     return true;
 }
 
-Value Reader::readArray(unsigned int depth)
+bool Reader::readKey()
 {
-    Value array;
-    array.copyOnWrite(Type::ARRAY);
-    if (m_lexer.peek() == Token::ARRAY_END)
+    if (m_lexer.parseJsonToken() != Token::STRING)
+        return fail(m_lexer.getErrorText());
+    m_builder.addKey(m_lexer.viewTokenText());
+    return nextIs(':') || fail("Expecting ':'");
+}
+
+bool Reader::readArray(unsigned int depth)
+{
+    std::size_t const start = m_builder.size();
+    for (bool isEnd = nextIs(']'); !isEnd; isEnd = nextIs(']'))
     {
-        m_lexer.pop();
-        return array;
-    }
-    for (;;)
-    {
-        Value element = readValue(depth);
-        if (element.isInvalid())
-            return {};
-        array.add(std::move(element));
-        Token const next = m_lexer.pop();
-        if (next == Token::ARRAY_END)
-            return array;
-        if (next != Token::COMMA)
+        if (m_builder.size() > start && !nextIs(','))
             return fail("Expecing ',' or ']'");
+        if (!readValue(depth))
+            return false;
+        m_builder.noteProgress(static_cast<std::size_t>(m_lexer.getPosition()), m_length);
     }
+    m_builder.endArray(start);
+    return true;
 }
 
-Value Reader::readString()
+bool Reader::readString()
 {
-    String text = m_lexer.takeTokenText();
-    if (Detail::wholeText(text).starts_with(Detail::BINARY_PREFIX))
-        return readBinary(text);
-    if (Detail::wholeText(text).starts_with(Detail::XCODE_PREFIX))
-        return Detail::parseXCode(text.substring(Detail::XCODE_PREFIX.size()));
-    return text;
+    std::string_view const text = m_lexer.viewTokenText();
+    if (text.starts_with(Detail::BINARY_PREFIX))
+        return readBinary(text.substr(Detail::BINARY_PREFIX.size()));
+    if (text.starts_with(Detail::XCODE_PREFIX))
+        return add(Detail::parseXCode(Detail::toString(text.substr(Detail::XCODE_PREFIX.size()))));
+    m_builder.addText(text);
+    return true;
 }
 
-Value Reader::readBinary(String const& text)
+bool Reader::readBinary(std::string_view digits)
 {
     TString<char> bytes;
-    XCode code = testExpression(isBase64(text, Detail::BINARY_PREFIX.size()));
+    XCode code = testExpression(isBase64(digits));
     if (code.isSuccess())
-        code = Base64::decode(bytes, text.substring(Detail::BINARY_PREFIX.size()));
+        code = Base64::decode(bytes, Detail::toString(digits));
     if (code.isSuccess())
-        return bytes;
+        return add(std::move(bytes));
     code.extendString("Invalid binary string", ": ");
     return fail(std::move(code));
 }
 
-Value Reader::readInteger()
+bool Reader::readInteger()
 {
     long long number;
-    return m_lexer.parseStringToInt(number) ? Value(number) : fail(m_lexer.getErrorText());
+    return m_lexer.parseStringToInt(number) ? add(number) : fail(m_lexer.getErrorText());
 }
 
-Value Reader::readFloating()
+bool Reader::readFloating()
 {
     double number;
-    return m_lexer.parseStringToFloat(number) ? Value(number) : fail(m_lexer.getErrorText());
+    return m_lexer.parseStringToFloat(number) ? add(number) : fail(m_lexer.getErrorText());
 }
 
-Value Reader::refuse()
+bool Reader::refuse()
 {
     return fail(String(String::Formatted(), "Expecting value, got '%s': %s", m_lexer.getTokenText().c_str(),
                        m_lexer.getErrorText().c_str()));
@@ -197,8 +190,13 @@ Value Reader::refuse()
 XCode decodeText(Value& value, char const* text, int length)
 {
     Reader reader(text, length);
-    value = reader.readValue(0);
-    return value.isInvalid() ? std::move(reader.failure()) : XCode();
+    if (!reader.readValue(0))
+    {
+        value = Value();
+        return std::move(reader.failure());
+    }
+    value = reader.takeValue();
+    return XCode();
 }
 }
 

@@ -86,36 +86,53 @@ uint32_t slotsFor(uint32_t members)
 }
 }
 
-MemberIndex::MemberIndex(NodeList<Value::Member> const& members)
-    : m_slots(std::make_unique<Slot[]>(slotsFor(members.size()))), m_mask(slotsFor(members.size()) - 1)
+MemberIndex::MemberIndex(uint32_t count)
+    : m_slots(std::make_unique<Slot[]>(slotsFor(count))), m_mask(slotsFor(count) - 1)
+{
+}
+
+MemberIndex::MemberIndex(NodeList<Value::Member> const& members) : MemberIndex(members.size())
 {
     for (uint32_t place = 0; place < members.size(); place++)
-        enter(hashOf(members[place]->key), place);
+        enter(hashOf(members[place].key), place);
 }
 
 unsigned int MemberIndex::find(NodeList<Value::Member> const& members, String const& key) const
 {
+    uint32_t const slot = slotOf(members, key, hashOf(key));
+    return m_slots[slot].place - 1; // a free slot has `NOT_FOUND`
+}
+
+unsigned int MemberIndex::findOrEnter(NodeList<Value::Member> const& members, String const& key, unsigned int place)
+{
+    makeRoomFor(place + 1);
     uint32_t const hash = hashOf(key);
-    for (uint32_t i = hash & m_mask; m_slots[i].place != 0; i = (i + 1) & m_mask)
-    {
-        uint32_t const place = m_slots[i].place - 1;
-        if (m_slots[i].hash == hash && members[place]->key == key)
-            return place;
-    }
+    Slot& slot = m_slots[slotOf(members, key, hash)];
+    if (slot.place != 0)
+        return slot.place - 1;
+    slot = {hash, place + 1};
     return NOT_FOUND;
+}
+
+// Where the key is entered, or the free slot where it would be.
+uint32_t MemberIndex::slotOf(NodeList<Value::Member> const& members, String const& key, uint32_t hash) const
+{
+    uint32_t i = hash & m_mask;
+    while (m_slots[i].place != 0 && (m_slots[i].hash != hash || !(members[m_slots[i].place - 1].key == key)))
+        i = (i + 1) & m_mask;
+    return i;
 }
 
 void MemberIndex::addLast(NodeList<Value::Member> const& members)
 {
-    if (members.size() > m_mask - m_mask / 4)
-        grow();
+    makeRoomFor(members.size());
     uint32_t const last = members.size() - 1;
-    enter(hashOf(members[last]->key), last);
+    enter(hashOf(members[last].key), last);
 }
 
 void MemberIndex::remove(NodeList<Value::Member> const& members, unsigned int place)
 {
-    uint32_t i = hashOf(members[place]->key) & m_mask;
+    uint32_t i = hashOf(members[place].key) & m_mask;
     while (m_slots[i].place != place + 1)
         i = (i + 1) & m_mask;
     closeGap(i);
@@ -126,8 +143,10 @@ void MemberIndex::remove(NodeList<Value::Member> const& members, unsigned int pl
 }
 
 // Starts behind a free slot, so that members with one key come in their order.
-void MemberIndex::grow()
+void MemberIndex::makeRoomFor(uint32_t count)
 {
+    if (count <= m_mask - m_mask / 4)
+        return;
     std::unique_ptr<Slot[]> const old = std::move(m_slots);
     uint32_t const oldMask = std::exchange(m_mask, m_mask * 2 + 1);
     m_slots = std::make_unique<Slot[]>(std::size_t{m_mask} + 1);

@@ -17,11 +17,17 @@ class MemberIndex
 public:
     static constexpr unsigned int NOT_FOUND = UINT32_MAX;
 
+    /// Without members, with room for `count`.
+    explicit MemberIndex(uint32_t count);
+
     /// Enters all `members`.
     explicit MemberIndex(NodeList<Value::Member> const& members);
 
     /// The place of the key in `members`, or `NOT_FOUND`.
     unsigned int find(NodeList<Value::Member> const& members, String const& key) const;
+
+    /// As above; if there is none, the key is entered for `place`, where its member is to come.
+    unsigned int findOrEnter(NodeList<Value::Member> const& members, String const& key, unsigned int place);
 
     /// Enters the last of `members`, which was just added.
     void addLast(NodeList<Value::Member> const& members);
@@ -36,7 +42,8 @@ private:
         uint32_t place; // plus 1; 0 in a free slot
     };
 
-    void grow();
+    uint32_t slotOf(NodeList<Value::Member> const& members, String const& key, uint32_t hash) const;
+    void makeRoomFor(uint32_t count);
     void enter(uint32_t hash, uint32_t place);
     void closeGap(uint32_t gap);
 

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <new>
+#include <type_traits>
 
 namespace ZK::Property
 {
@@ -42,13 +43,45 @@ Value::Store::Store(TString<char>&& bytes)
 {
 }
 
+namespace
+{
+/// All that a `String` consists of.
+String::Store& memoryOf(String& text)
+{
+    static_assert(std::is_standard_layout_v<String> && sizeof(String) == sizeof(String::Store));
+    return reinterpret_cast<String::Store&>(text);
+}
+}
+
+Value::Store* Value::Store::MAKE_TEXT(std::string_view text)
+{
+    if (text.size() > static_cast<std::size_t>(String::Store::MAX_LENGTH))
+        return new Store(Type::STRING);
+    int const length = static_cast<int>(text.size());
+    if (length <= String::Store::INLINE_CAPACITY)
+        return new Store(String(text.data(), length, 0, length));
+    auto* const store = new (text.size() + 1) Store(Type::STRING);
+    auto* const behind = reinterpret_cast<char*>(store + 1);
+    std::memcpy(behind, text.data(), text.size());
+    memoryOf(store->m_text).adopt({behind, length}, length);
+    store->m_isTextBehind = true;
+    return store;
+}
+
+// A text behind the object goes with its memory.
+void Value::Store::destroyText()
+{
+    if (!std::exchange(m_isTextBehind, false))
+        m_text.~String();
+}
+
 // The children are gone already.
 Value::Store::~Store()
 {
     switch (m_type)
     {
     case Type::STRING:
-        m_text.~String();
+        destroyText();
         break;
     case Type::BINARY:
         delete m_bytes;
@@ -98,10 +131,18 @@ void Value::Store::DETACH(Value& value, Store*& dead) noexcept
 
 void Value::Store::destroyChildren(Store*& dead) noexcept
 {
-    while (m_type == Type::ARRAY && m_elements.size() > 0)
-        DETACH(*m_elements.take(m_elements.size() - 1), dead);
-    while (m_type == Type::OBJECT && m_members.size() > 0)
-        DETACH(m_members.take(m_members.size() - 1)->value, dead);
+    if (m_type == Type::ARRAY)
+    {
+        for (unsigned int i = 0; i < m_elements.size(); i++)
+            DETACH(m_elements[i], dead);
+        m_elements.clear();
+    }
+    else if (m_type == Type::OBJECT)
+    {
+        for (unsigned int i = 0; i < m_members.size(); i++)
+            DETACH(m_members[i].value, dead);
+        m_members.clear();
+    }
 }
 
 unsigned int Value::Store::size() const
@@ -129,18 +170,25 @@ void Value::Store::clear() noexcept
     if (m_type == Type::XCODE)
         m_code.set(XCODE_SUCCESS);
     else if (m_type == Type::STRING)
-        m_text = String();
+    {
+        destroyText();
+        new (&m_text) String();
+    }
     else if (m_type == Type::BINARY)
         *m_bytes = TString<char>();
 }
 
 unsigned int Value::Store::findPlace(String const& key) const
 {
-    if (m_index != nullptr)
-        return m_index->find(m_members, key);
-    for (unsigned int place = 0; place < m_members.size(); place++)
+    return m_index != nullptr ? m_index->find(m_members, key) : findAmong(m_members.size(), key);
+}
+
+// Among the first `count` members, without the index.
+unsigned int Value::Store::findAmong(unsigned int count, String const& key) const
+{
+    for (unsigned int place = 0; place < count; place++)
     {
-        if (m_members[place]->key == key)
+        if (m_members[place].key == key)
             return place;
     }
     return MemberIndex::NOT_FOUND;
@@ -149,29 +197,89 @@ unsigned int Value::Store::findPlace(String const& key) const
 Value::Member* Value::Store::find(String const& key)
 {
     unsigned int const place = findPlace(key);
-    return place != MemberIndex::NOT_FOUND ? m_members[place] : nullptr;
+    return place != MemberIndex::NOT_FOUND ? &m_members[place] : nullptr;
 }
 
-Value::Member& Value::Store::addMember(std::unique_ptr<Member> member)
+Value::Member* Value::Store::findOrEnter(String const& key)
 {
-    Member& added = m_members.add(std::move(member));
+    if (m_index == nullptr)
+        return find(key);
+    unsigned int const place = m_index->findOrEnter(m_members, key, m_members.size());
+    return place != MemberIndex::NOT_FOUND ? &m_members[place] : nullptr;
+}
+
+void Value::Store::addMember(std::unique_ptr<Member> member)
+{
+    m_members.adopt(std::move(member));
     if (m_index != nullptr)
         m_index->addLast(m_members);
     else if (m_members.size() > LARGEST_WITHOUT_INDEX)
-        m_index = new MemberIndex(m_members);
-    return added;
+        makeIndex();
+}
+
+void Value::Store::makeIndex()
+{
+    m_index = new MemberIndex(m_members);
+}
+
+namespace
+{
+/// Tells most keys that are new from those that were there before.
+class KeyFilter
+{
+public:
+    /// Whether a key like this one may have come before; from now on it has.
+    bool mayRepeat(String const& key)
+    {
+        auto const length = static_cast<unsigned int>(key.length());
+        unsigned int const last = length > 0 ? static_cast<unsigned char>(key.c_str()[length - 1]) : 0;
+        auto const first = static_cast<unsigned char>(key.c_str()[0]);
+        uint64_t const bit = uint64_t{1} << ((first * 5u + last * 3u + length) % 64);
+        return (std::exchange(m_seen, m_seen | bit) & bit) != 0;
+    }
+
+private:
+    uint64_t m_seen = 0;
+};
+}
+
+void Value::Store::adoptMembers(Member* block, unsigned int count)
+{
+    m_members.adoptBlock(block, count);
+    if (count > LARGEST_WITHOUT_INDEX)
+        m_index = new MemberIndex(count);
+    KeyFilter filter;
+    unsigned int kept = 0;
+    for (unsigned int i = 0; i < count; i++)
+    {
+        Member& member = m_members[i];
+        unsigned int place = MemberIndex::NOT_FOUND;
+        if (m_index != nullptr)
+            place = m_index->findOrEnter(m_members, member.key, kept);
+        else if (filter.mayRepeat(member.key))
+            place = findAmong(kept, member.key);
+        if (place != MemberIndex::NOT_FOUND)
+            m_members[place].value = std::move(member.value);
+        else if (unsigned int const target = kept++; target != i)
+            m_members[target] = std::move(member);
+    }
+    if (kept == count)
+        return;
+    m_members.shrinkBlock(kept);
+    if (m_index != nullptr)
+        delete std::exchange(m_index, new MemberIndex(m_members)); // smaller
 }
 
 void Value::Store::replaceMember(unsigned int place, std::unique_ptr<Member> member)
 {
-    delete std::exchange(m_members[place], member.release());
+    m_members.replace(place, std::move(member));
 }
 
 void Value::Store::removeMember(unsigned int place)
 {
     if (m_index != nullptr)
         m_index->remove(m_members, place);
-    m_members.take(place);
+    m_members.remove(place);
 }
 
 void Value::Store::COPY_SO_FAR(Value& target, Value const& source, std::vector<Copying>& pending)
@@ -195,15 +303,19 @@ void Value::Store::copyInside(Store const& source, std::vector<Copying>& pending
         *m_bytes = *source.m_bytes;
         break;
     case Type::ARRAY:
-        m_elements.reserve(source.m_elements.size());
-        for (Value const* element : source.m_elements)
-            COPY_SO_FAR(m_elements.add(std::make_unique<Value>()), *element, pending);
+        m_elements.reserve(source.size());
+        for (unsigned int i = 0; i < source.size(); i++)
+            COPY_SO_FAR(m_elements.add(), source.m_elements[i], pending);
         break;
     case Type::OBJECT:
-        m_members.reserve(source.m_members.size());
-        for (Member const* member : source.m_members)
-            COPY_SO_FAR(addMember(std::unique_ptr<Member>(new Member{member->key, Value()})).value, member->value,
-                        pending);
+        m_members.reserve(source.size());
+        for (unsigned int i = 0; i < source.size(); i++)
+        {
+            Member const& member = source.m_members[i];
+            COPY_SO_FAR(m_members.add(member.key, Value()).value, member.value, pending);
+        }
+        if (size() > LARGEST_WITHOUT_INDEX)
+            makeIndex();
         break;
     default:
         m_code = source.m_code;
@@ -271,13 +383,13 @@ bool Value::Store::isEqualInside(Store const& other, std::vector<Pair>& pending)
     {
         if (m_type == Type::ARRAY)
         {
-            if (!IS_EQUAL_SO_FAR(*m_elements[i], *other.m_elements[i], pending))
+            if (!IS_EQUAL_SO_FAR(m_elements[i], other.m_elements[i], pending))
                 return false;
             continue;
         }
-        unsigned int const place = other.findPlace(m_members[i]->key);
+        unsigned int const place = other.findPlace(m_members[i].key);
         if (place == MemberIndex::NOT_FOUND ||
-            !IS_EQUAL_SO_FAR(m_members[i]->value, other.m_members[place]->value, pending))
+            !IS_EQUAL_SO_FAR(m_members[i].value, other.m_members[place].value, pending))
             return false;
     }
     return true;

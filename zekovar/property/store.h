@@ -5,7 +5,9 @@
 #include "zekovar/property/value.h"
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace ZK::Property
@@ -16,6 +18,7 @@ namespace ZK::Property
 class Value::Store
 {
 public:
+    class Builder;
     using Elements = Detail::NodeList<Value>;
     using Members = Detail::NodeList<Member>;
 
@@ -24,8 +27,23 @@ public:
     explicit Store(XCode const& code);
     explicit Store(String&& text);
     explicit Store(TString<char>&& bytes);
+
+    /// A copy of a text, in one piece of memory with its store. What is too long for a `String` gives the empty text.
+    static Store* MAKE_TEXT(std::string_view text);
+
     Store(Store const&) = delete;
     Store& operator=(Store const&) = delete;
+
+    /// @name Memory
+    /// Some bytes may lie behind the object, so it is freed without its size.
+    /// @{
+    static void* operator new(std::size_t size) { return ::operator new(size); }
+
+    static void* operator new(std::size_t size, std::size_t behind) { return ::operator new(size + behind); }
+
+    static void operator delete(void* memory) { ::operator delete(memory); }
+
+    /// @}
 
     void addRef() { m_count.fetch_add(1, std::memory_order_relaxed); }
 
@@ -73,8 +91,6 @@ public:
 
     Elements const& elements() const { return m_elements; }
 
-    Members const& members() const { return m_members; }
-
     /// @}
 
     /// Elements or members; 1 for another type.
@@ -101,12 +117,29 @@ public:
     /// The place of the oldest member of this key, or `MemberIndex::NOT_FOUND`.
     unsigned int findPlace(String const& key) const;
 
-    Member* memberAt(unsigned int place) { return m_members[place]; }
+    Member& memberAt(unsigned int place) { return m_members[place]; }
 
     Member* find(String const& key);
 
+    /// The member of this key, or null; then the key counts as entered for the member that `addEntered` adds next.
+    Member* findOrEnter(String const& key);
+
+    /// Adds a member behind all others, right after its key was entered.
+    template <class K>
+    Member& addEntered(K&& key, Value&& value)
+    {
+        Member& added = m_members.add(std::forward<K>(key), std::move(value));
+        if (m_index == nullptr && m_members.size() > LARGEST_WITHOUT_INDEX)
+            makeIndex();
+        return added;
+    }
+
     /// Adds a member behind all others, even if the key has one already.
-    Member& addMember(std::unique_ptr<Member> member);
+    void addMember(std::unique_ptr<Member> member);
+
+    /// For an object without members: takes a block from `Members::allocateBlock`, which has `count` of them. Of several
+    /// with one key the first stays, with the value of the last.
+    void adoptMembers(Member* block, unsigned int count);
 
     /// Puts a member of the same key in the place of another one, which is deleted.
     void replaceMember(unsigned int place, std::unique_ptr<Member> member);
@@ -118,6 +151,10 @@ private:
     static constexpr unsigned int LARGEST_WITHOUT_INDEX = 12; // up to here a walk is as fast
 
     ~Store();
+
+    void destroyText();
+    void makeIndex();
+    unsigned int findAmong(unsigned int count, String const& key) const;
 
     // the only user needs no atomic change: nobody else can come by a reference meanwhile
     bool dropReference() { return !isShared() || m_count.fetch_sub(1, std::memory_order_acq_rel) == 1; }
@@ -152,6 +189,7 @@ private:
     std::atomic<int> m_count{1};
     Type m_type;
     bool m_handedOut = false;
+    bool m_isTextBehind = false; // the memory of the text is part of the store's
 
     union
     {

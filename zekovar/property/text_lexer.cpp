@@ -103,7 +103,7 @@ bool TextLexer::parseAnyChar(char& character)
 
 bool TextLexer::parseStringToInt(long long& value)
 {
-    std::string_view const text = spelling();
+    std::string_view const text = viewTokenText();
     bool isInRange;
     if (!parseWhole(text, value, isInRange))
         return fail(m_position, "Invalid 64-bit integer");
@@ -116,9 +116,33 @@ bool TextLexer::parseStringToInt(long long& value)
 bool TextLexer::parseStringToFloat(double& value)
 {
     bool isInRange;
-    if (!parseWhole(spelling(), value, isInRange) || (!isInRange && !parseExtreme(getTokenText(), value)))
+    if (!parseWhole(viewTokenText(), value, isInRange) || (!isInRange && !parseExtreme(getTokenText(), value)))
         return fail(m_position, "Invalid floating-point number");
     return true;
+}
+
+/// Goes to the next quotation mark or backslash, or to the end. Eight bytes at a time: most of a document is quoted.
+inline void TextLexer::skipPlainText(char mark)
+{
+    char const* text = m_text + m_position;
+    char const* const end = m_text + m_length;
+    for (uint64_t word; end - text >= 8; text += 8)
+    {
+        std::memcpy(&word, text, 8);
+        uint64_t const found = findByte(word, mark) | findByte(word, '\\');
+        if (found == 0)
+            continue;
+        // only the lowest bit set is sure, and that is the first byte on such a machine alone
+        if constexpr (std::endian::native == std::endian::little)
+        {
+            m_position = static_cast<int>(text - m_text) + std::countr_zero(found) / 8;
+            return;
+        }
+        break;
+    }
+    while (text != end && *text != mark && *text != '\\')
+        ++text;
+    m_position = static_cast<int>(text - m_text);
 }
 
 bool TextLexer::parseQuoted(Quotation const& quotation)
@@ -127,8 +151,11 @@ bool TextLexer::parseQuoted(Quotation const& quotation)
     if (!parseConstChar(quotation.mark))
         return fail(start, quotation.startMissing);
     bool hasEscapes = false;
-    for (skipPlainText(quotation.mark); !parseConstChar(quotation.mark); skipPlainText(quotation.mark))
+    for (;;)
     {
+        skipPlainText(quotation.mark);
+        if (parseConstChar(quotation.mark))
+            break;
         if (!parseConstChar('\\'))
             return fail(start, quotation.endMissing);
         if (!parseEscape(quotation, start))
@@ -197,30 +224,6 @@ bool TextLexer::parseNumber(bool& isFloating)
     return true;
 }
 
-/// Goes to the next quotation mark or backslash, or to the end. Eight bytes at a time: most of a document is quoted.
-void TextLexer::skipPlainText(char mark)
-{
-    char const* text = m_text + m_position;
-    char const* const end = m_text + m_length;
-    for (uint64_t word; end - text >= 8; text += 8)
-    {
-        std::memcpy(&word, text, 8);
-        uint64_t const found = findByte(word, mark) | findByte(word, '\\');
-        if (found == 0)
-            continue;
-        // only the lowest bit set is sure, and that is the first byte on such a machine alone
-        if constexpr (std::endian::native == std::endian::little)
-        {
-            m_position = static_cast<int>(text - m_text) + std::countr_zero(found) / 8;
-            return;
-        }
-        break;
-    }
-    while (text != end && *text != mark && *text != '\\')
-        ++text;
-    m_position = static_cast<int>(text - m_text);
-}
-
 String TextLexer::textOfToken() const
 {
     String text(m_text, m_tokenEnd, m_tokenStart, m_tokenEnd - m_tokenStart);
@@ -242,13 +245,4 @@ String TextLexer::textOfToken() const
     }
     text.deleteRegion(static_cast<int>(out - text.data()));
     return text;
-}
-
-/// The token text, not made if it stands in the input as it is.
-std::string_view TextLexer::spelling() const
-{
-    if (!m_isTokenTextMade && !m_hasEscapes)
-        return {m_text + m_tokenStart, static_cast<std::size_t>(m_tokenEnd - m_tokenStart)};
-    String const& text = getTokenText();
-    return {text.c_str(), static_cast<std::size_t>(text.length())};
 }

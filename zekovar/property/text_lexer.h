@@ -18,7 +18,16 @@ public:
     /// The last token: decoded if it was quoted, else as it was spelled. Good until the next one is read.
     String const& getTokenText() const;
 
-    /// As above, for a caller that keeps it; it can be taken once.
+    /// As above without making it, if it stands in the input as it is.
+    std::string_view viewTokenText() const
+    {
+        if (!m_isTokenTextMade && !m_hasEscapes)
+            return {m_text + m_tokenStart, static_cast<std::size_t>(m_tokenEnd - m_tokenStart)};
+        String const& text = getTokenText();
+        return {text.c_str(), static_cast<std::size_t>(text.length())};
+    }
+
+    /// The token text, for a caller that keeps it; it can be taken once.
     String takeTokenText();
 
     /// Why the last reader failed; of no meaning after a success.
@@ -115,7 +124,6 @@ private:
     bool skipDigits();
     void skipPlainText(char mark);
     String textOfToken() const;
-    std::string_view spelling() const;
 
     // the token's place, from which the text is made
     mutable bool m_isTokenTextMade = true;

@@ -1,5 +1,6 @@
 #include "zekovar/property/ubjson.h"
 
+#include "zekovar/property/builder.h"
 #include "zekovar/property/text_form.h"
 
 #include <bit>
@@ -60,19 +61,24 @@ constexpr Container OBJECT = {
     "Expecting object end marker: '}'",
 };
 
-/// Each function that gives a value gives an "Invalid" one behind a failure, but for arrays, and for a no-op.
+/// Each function that reads a value puts it on the builder's stack, or nothing behind a failure and for a no-op; an array
+/// is put there in any case, with the elements up to the failure. False behind a failure.
 class Reader
 {
 public:
     explicit Reader(TString<char> const& input)
-        : m_next(input.data()),
+        : m_start(input.data()),
+          m_next(input.data()),
           m_end(input.data() + input.length()),
           m_bareElementsLeft(UBJSON::MAX_BARE_ELEMENTS + static_cast<long long>(input.length()))
     {
     }
 
     /// `marker` is 0 if it is to be read.
-    Value decodeValue(char marker, unsigned int depth);
+    bool decodeValue(char marker, unsigned int depth);
+
+    /// "Invalid" if nothing was read.
+    Value takeValue() { return m_builder.size() > 0 ? m_builder.take() : Value(); }
 
     bool hasFailed() const { return m_hasFailed; }
 
@@ -87,13 +93,15 @@ private:
         int count = 0;
     };
 
-    Value readContainer(char marker, unsigned int depth);
-    Value readArray(unsigned int depth);
-    Value readObject(unsigned int depth);
-    Value readBinary();
-    Value readHighPrecision();
-    Value readString();
-    Value readCharacter();
+    bool readContainer(char marker, unsigned int depth);
+    bool readArray(unsigned int depth);
+    bool readElements(Header& header, unsigned int depth);
+    bool readObject(unsigned int depth);
+    bool readMembers(Header& header, unsigned int depth);
+    bool readBinary();
+    bool readHighPrecision();
+    bool readString();
+    bool readCharacter();
     bool readHeader(Header& header, Container const& container);
     bool hasNext(Header& header, Container const& container) const;
     bool readEnd(Header const& header, Container const& container);
@@ -126,12 +134,17 @@ private:
     }
 
     template <class Bits, class Number>
-    Value readFloating(char const* missing)
+    bool readFloating(char const* missing)
     {
         Bits bits;
-        if (!readNumber(bits, missing))
-            return {};
-        return static_cast<double>(std::bit_cast<Number>(bits));
+        return readNumber(bits, missing) && add(static_cast<double>(std::bit_cast<Number>(bits)));
+    }
+
+    template <class T>
+    bool add(T&& value)
+    {
+        m_builder.add(std::forward<T>(value));
+        return true;
     }
 
     bool fail(String const& message)
@@ -143,36 +156,32 @@ private:
         return false;
     }
 
-    Value failed(String const& message)
-    {
-        fail(message);
-        return {};
-    }
-
+    char const* const m_start;
     char const* m_next;
     char const* const m_end;
     long long m_bareElementsLeft;
+    Value::Store::Builder m_builder;
     XCode m_failure;
     bool m_hasFailed = false;
 };
 
-Value Reader::decodeValue(char marker, unsigned int depth)
+bool Reader::decodeValue(char marker, unsigned int depth)
 {
     if (marker == '\0')
     {
         if (m_next == m_end)
-            return failed("Expecting value marker");
+            return fail("Expecting value marker");
         marker = *m_next++;
     }
     switch (marker)
     {
     case 'Z':
-        return nullptr;
+        return add(nullptr);
     case 'N':
-        return {};
+        return true;
     case 'T':
     case 'F':
-        return marker == 'T';
+        return add(marker == 'T');
     case 'd':
         return readFloating<uint32_t, float>("Expecting Float");
     case 'D':
@@ -190,66 +199,79 @@ Value Reader::decodeValue(char marker, unsigned int depth)
         break;
     }
     if (!isIntegerMarker(marker))
-        return failed(unsupportedMarker("Unsupported value marker: '%c' (%#02X)", marker));
+        return fail(unsupportedMarker("Unsupported value marker: '%c' (%#02X)", marker));
     long long number;
-    if (!readInteger(marker, number))
-        return {};
-    return number;
+    return readInteger(marker, number) && add(number);
 }
 
-Value Reader::readContainer(char marker, unsigned int depth)
+bool Reader::readContainer(char marker, unsigned int depth)
 {
     if (marker == '[' && consume("$U#"))
         return readBinary();
     if (depth < MAX_DEPTH)
         return marker == '[' ? readArray(depth + 1) : readObject(depth + 1);
-    return failed(Detail::tooDeep().toString());
+    return fail(Detail::tooDeep().toString());
 }
 
-/// Behind a failure the array holds the elements up to there.
-Value Reader::readArray(unsigned int depth)
+bool Reader::readArray(unsigned int depth)
 {
-    Value array;
-    array.copyOnWrite(Value::Type::ARRAY);
+    std::size_t const start = m_builder.size();
     Header header;
-    if (!readHeader(header, ARRAY) || header.type == 'N')
-        return array;
+    bool const isRead = readHeader(header, ARRAY) && readElements(header, depth);
+    m_builder.endArray(start);
+    return isRead;
+}
+
+bool Reader::readElements(Header& header, unsigned int depth)
+{
+    if (header.type == 'N')
+        return true;
     if (hasNoPayload(header.type) && (m_bareElementsLeft -= header.count) < 0)
     {
         fail("Length violation");
         m_failure.extendString(ARRAY.sizeInvalid, ": ");
-        return array;
+        return false;
     }
     while (hasNext(header, ARRAY))
     {
-        Value element = decodeValue(header.type, depth);
-        if (m_hasFailed)
-            return array;
-        if (!element.isInvalid())
-            array.add(std::move(element));
+        std::size_t const place = m_builder.size();
+        if (!decodeValue(header.type, depth))
+        {
+            m_builder.dropFrom(place); // part of an array in this one
+            return false;
+        }
+        m_builder.noteProgress(static_cast<std::size_t>(m_next - m_start), static_cast<std::size_t>(m_end - m_start));
     }
-    readEnd(header, ARRAY);
-    return array;
+    return readEnd(header, ARRAY);
 }
 
-Value Reader::readObject(unsigned int depth)
+bool Reader::readObject(unsigned int depth)
 {
+    std::size_t const start = m_builder.size();
     Header header;
-    if (!readHeader(header, OBJECT))
-        return {};
-    Value object;
-    object.copyOnWrite(Value::Type::OBJECT);
+    if (!readHeader(header, OBJECT) || !readMembers(header, depth))
+    {
+        m_builder.dropFrom(start);
+        return false;
+    }
+    m_builder.endObject(start);
+    return true;
+}
+
+bool Reader::readMembers(Header& header, unsigned int depth)
+{
     for (std::string_view key; hasNext(header, OBJECT);)
     {
         if (!readBytes(key))
-            return {};
-        Value member = decodeValue(header.type, depth);
-        if (m_hasFailed)
-            return {};
-        if (!member.isInvalid())
-            object.setMember(Detail::toString(key), std::move(member));
+            return false;
+        m_builder.addKey(key);
+        std::size_t const place = m_builder.size();
+        if (!decodeValue(header.type, depth))
+            return false;
+        if (m_builder.size() == place)
+            m_builder.dropKey();
     }
-    return readEnd(header, OBJECT) ? std::move(object) : Value();
+    return readEnd(header, OBJECT);
 }
 
 bool Reader::readHeader(Header& header, Container const& container)
@@ -290,43 +312,42 @@ bool Reader::readEnd(Header const& header, Container const& container)
     return true;
 }
 
-Value Reader::readBinary()
+bool Reader::readBinary()
 {
     std::string_view bytes;
-    if (!readBytes(bytes))
-        return {};
-    return TString<char>(bytes.data(), static_cast<int>(bytes.size()));
+    return readBytes(bytes) && add(TString<char>(bytes.data(), static_cast<int>(bytes.size())));
 }
 
 /// Takes what `String::toInt64` takes, but no more behind it: a fraction isn't dropped.
-Value Reader::readHighPrecision()
+bool Reader::readHighPrecision()
 {
     std::string_view bytes;
     if (!readBytes(bytes))
-        return {};
+        return false;
     String const digits = Detail::toString(bytes);
     char* end;
     long long const number = std::strtoll(digits.c_str(), &end, bytes.starts_with("0x") ? 16 : 10);
     if (bytes.empty() || end != digits.c_str() + bytes.size())
-        return failed("Invalid high-precision number");
-    return number;
+        return fail("Invalid high-precision number");
+    return add(number);
 }
 
-Value Reader::readString()
+bool Reader::readString()
 {
     std::string_view text;
     if (!readBytes(text))
-        return {};
+        return false;
     if (text.starts_with(Detail::XCODE_PREFIX))
-        return Detail::parseXCode(Detail::toString(text.substr(Detail::XCODE_PREFIX.size())));
-    return Detail::toString(text);
+        return add(Detail::parseXCode(Detail::toString(text.substr(Detail::XCODE_PREFIX.size()))));
+    m_builder.addText(text);
+    return true;
 }
 
-Value Reader::readCharacter()
+bool Reader::readCharacter()
 {
     if (m_next == m_end)
-        return failed("Expecting character");
-    return String(*m_next++);
+        return fail("Expecting character");
+    return add(String(*m_next++));
 }
 
 bool Reader::readInteger(char marker, long long& number)
@@ -404,7 +425,8 @@ bool Reader::consume(std::string_view bytes)
 XCode UBJSON::decode(Value& value, TString<char> const& input)
 {
     Reader reader(input);
-    Value result = reader.decodeValue('\0', 0); // not into `value`: the input may be part of it
+    reader.decodeValue('\0', 0);
+    Value result = reader.takeValue(); // not read into `value`: the input may be part of it
     bool const isNoOp = result.isInvalid() && !reader.hasFailed();
     if (!result.isInvalid())
         value = std::move(result);

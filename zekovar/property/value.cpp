@@ -175,9 +175,9 @@ bool Value::onArrayValueInitialized(unsigned int index, Value* child)
         return false;
     Store& store = *m_payload.store;
     if (index < store.size())
-        delete std::exchange(store.elements()[index], child);
+        store.elements().replace(index, std::unique_ptr<Value>(child));
     else
-        store.elements().add(std::unique_ptr<Value>(child));
+        store.elements().adopt(std::unique_ptr<Value>(child));
     store.setHandedOut();
     return true;
 }
@@ -332,7 +332,7 @@ void Value::handOutChildren()
 
 Value const& Value::operator[](unsigned int index) const
 {
-    return isArray() && index < size() ? *std::as_const(*m_payload.store).elements()[index] : invalid();
+    return isArray() && index < size() ? std::as_const(*m_payload.store).elements()[index] : invalid();
 }
 
 Value const& Value::operator[](String const& key) const
@@ -347,7 +347,7 @@ Value& Value::operator[](unsigned int index)
     if (index >= store.size())
         return makeWaiting().childAt(index);
     store.setHandedOut();
-    return *store.elements()[index];
+    return store.elements()[index];
 }
 
 Value& Value::operator[](String const& key)
@@ -368,7 +368,7 @@ Value const* Value::find(String const& key) const
 
 Value::Member const* Value::memberAt(unsigned int index) const
 {
-    return isObject() && index < size() ? m_payload.store->memberAt(index) : nullptr;
+    return isObject() && index < size() ? &m_payload.store->memberAt(index) : nullptr;
 }
 
 namespace

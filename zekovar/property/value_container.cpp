@@ -11,15 +11,15 @@ bool Value::fillArrayWithNullValues(unsigned int size)
     if (size > elements.size() && size - elements.size() > MAX_ARRAY_GAP)
         return false;
     while (elements.size() < size)
-        elements.add(std::make_unique<Value>(nullptr));
+        elements.add(nullptr);
     return true;
 }
 
 void Value::add(Value&& value)
 {
-    auto element = std::make_unique<Value>(std::move(value));
+    Value element(std::move(value));
     Store& store = writableStore(Type::ARRAY);
-    store.noteChild(*element);
+    store.noteChild(element);
     store.elements().add(std::move(element));
 }
 
@@ -33,13 +33,13 @@ void Value::insert(unsigned int index, Value const& value)
 
 void Value::setMember(String&& key, Value&& value)
 {
-    std::unique_ptr<Member> member(new Member{std::move(key), std::move(value)});
+    Value taken(std::move(value)); // from what a change of type may delete
     Store& store = writableStore(Type::OBJECT);
-    store.noteChild(member->value);
-    if (Member* const present = store.find(member->key))
-        present->value = std::move(member->value);
+    store.noteChild(taken);
+    if (Member* const present = store.findOrEnter(key))
+        present->value = std::move(taken);
     else
-        store.addMember(std::move(member));
+        store.addEntered(std::move(key), std::move(taken));
 }
 
 void Value::reserve(unsigned int count)
@@ -51,7 +51,7 @@ void Value::reserve(unsigned int count)
 void Value::remove(unsigned int index)
 {
     if (isArray() && index < size())
-        writableStore(Type::ARRAY).elements().take(index);
+        writableStore(Type::ARRAY).elements().remove(index);
 }
 
 void Value::remove(String const& key)
@@ -113,10 +113,10 @@ void Value::mergeSoFar(Value const& other, bool overwrite, std::vector<Merging>&
     for (unsigned int i = 0; i < other.size(); i++)
     {
         Member const& member = *other.memberAt(i);
-        if (Member* const present = store.find(member.key))
+        if (Member* const present = store.findOrEnter(member.key))
             pending.push_back({&present->value, &member.value});
         else
-            store.addMember(std::unique_ptr<Member>(new Member(member)));
+            store.addEntered(member.key, Value(member.value));
     }
     // taken from the end, so that several members of one key are merged in their order
     std::reverse(pending.begin() + first, pending.end());
@@ -251,9 +251,8 @@ void Value::setByPath(String const& path, Value const& value)
 Value& Value::memberFor(String const& key)
 {
     Store& store = writableStore(Type::OBJECT);
-    Member* const present = store.find(key);
-    return present != nullptr ? present->value
-                              : store.addMember(std::unique_ptr<Member>(new Member{key, Value()})).value;
+    Member* const present = store.findOrEnter(key);
+    return present != nullptr ? present->value : store.addEntered(key, Value()).value;
 }
 
 // The element at this index, made if there is none; null if the gap is too wide.
@@ -262,7 +261,7 @@ Value* Value::elementFor(unsigned int index)
     Store::Elements& elements = writableStore(Type::ARRAY).elements();
     if (!fillArrayWithNullValues(index))
         return nullptr;
-    return index < elements.size() ? elements[index] : &elements.add(std::make_unique<Value>());
+    return index < elements.size() ? &elements[index] : &elements.add();
 }
 
 void Value::setByPathTokens(String const& first, Value const& value)
