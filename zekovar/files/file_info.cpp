@@ -124,7 +124,8 @@ bool ZKFile::IS_SOFTLINK(String const& path)
 String ZKFile::GET_PATH(int fd)
 {
     String path;
-    GET_SOFTLINK(String::stringOfFormat("/proc/self/fd/%d", fd), path);
+    if (fd >= 0) // the kernel takes its time to find that it has none
+        GET_SOFTLINK(String::stringOfFormat("/proc/self/fd/%d", fd), path);
     return path;
 }
 
