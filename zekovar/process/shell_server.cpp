@@ -5,7 +5,6 @@
 #include "zekovar/process/connection_process.h"
 
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -19,7 +18,6 @@ namespace ZK::Shell
 namespace
 {
 constexpr int BACKLOG = 5;
-constexpr unsigned int MAX_PATH_LENGTH = sizeof(sockaddr_un::sun_path) - 1;
 
 /// The caller's handlers would act for a process that isn't theirs, and what it ignores or blocks its programs would, too.
 void resetSignals()
@@ -106,10 +104,8 @@ XCode Server::listen(String const& path)
 XCode Server::bindAndListen(String const& path)
 {
     int const fd = file().getFd();
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path.c_str(), MAX_PATH_LENGTH);
-    socklen_t length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + std::strlen(address.sun_path));
+    sockaddr_un address;
+    socklen_t length = MAKE_ADDRESS(address, path);
     auto* const general = reinterpret_cast<sockaddr*>(&address);
 
     // The socket's own mode becomes that of the path, so there is no moment in which others could connect.

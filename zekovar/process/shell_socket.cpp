@@ -60,13 +60,13 @@ Socket::Socket() : Socket(IO::INSTANCE())
 {
 }
 
-Socket::Socket(ZKEventLoop& loop) : m_file(loop, -1, true, false)
+Socket::Socket(ZKEventLoop& loop) : m_file(MovePtr<ActiveFile>(new ActiveFile(loop, -1, true, false)))
 {
 }
 
 XCode Socket::send(MsgHdr const* message, unsigned int fdCount, int* fds)
 {
-    if (!m_file.isOpen() || message == nullptr || message->length < sizeof(MsgHdr) || fdCount > MAX_DESCRIPTORS)
+    if (!m_file->isOpen() || message == nullptr || message->length < sizeof(MsgHdr) || fdCount > MAX_DESCRIPTORS)
         return XCODE_FAILURE;
     iovec part = {const_cast<MsgHdr*>(message), message->length};
     msghdr sent = {};
@@ -86,7 +86,7 @@ XCode Socket::send(MsgHdr const* message, unsigned int fdCount, int* fds)
     ssize_t count = 0;
     do
     {
-        count = ::sendmsg(m_file.getFd(), &sent, MSG_NOSIGNAL);
+        count = ::sendmsg(m_file->getFd(), &sent, MSG_NOSIGNAL);
     } while (count < 0 && errno == EINTR);
     XCode code = count < 0 ? codeOfResult(-1) : testExpression(count == message->length);
     if (code.isErr())
@@ -107,7 +107,7 @@ XCode Socket::recv(MsgHdr* message, unsigned int size, unsigned int& fdCount, in
     ssize_t count = 0;
     do
     {
-        count = ::recvmsg(m_file.getFd(), &received, MSG_CMSG_CLOEXEC);
+        count = ::recvmsg(m_file->getFd(), &received, MSG_CMSG_CLOEXEC);
     } while (count < 0 && errno == EINTR);
     if (count < 0)
     {
@@ -131,7 +131,15 @@ XCode Socket::recv(MsgHdr* message, unsigned int size, unsigned int& fdCount, in
 
 XCode Socket::close()
 {
-    return m_file.close();
+    return m_file->close();
+}
+
+socklen_t Socket::MAKE_ADDRESS(sockaddr_un& address, String const& path)
+{
+    address = {};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    return static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + std::strlen(address.sun_path));
 }
 
 void Socket::CLOSE_ALL(unsigned int fdCount, int const* fds)

@@ -3,6 +3,8 @@
 #include "zekovar/files/active_file.h"
 #include "zekovar/process/shell_protocol.h"
 
+#include <sys/un.h>
+
 namespace ZK::Shell
 {
 /// One end of the connection between a client and the shell server: a socket that sends and receives whole messages,
@@ -44,12 +46,15 @@ protected:
     /// A closed socket on `loop`, which isn't looked at before a slot is connected to the file.
     explicit Socket(ZKEventLoop& loop);
 
-    ZK::ActiveFile& file() { return m_file; }
+    ZK::ActiveFile& file() { return *m_file; }
+
+    /// The address of `path`, of which 107 characters count, and its length in bytes.
+    static socklen_t MAKE_ADDRESS(sockaddr_un& address, String const& path);
 
     /// Closes descriptors that nobody takes.
     static void CLOSE_ALL(unsigned int fdCount, int const* fds);
 
 private:
-    ZK::ActiveFile m_file;
+    ZKLWPtr<ZK::ActiveFile> m_file; // on its own, so that a slot of it may destroy this object
 };
 }

@@ -1,0 +1,364 @@
+#include "zekovar/process/future_shell.h"
+
+#include "zekovar/diagnostics/log.h"
+#include "zekovar/events/loop_standstill.h"
+#include "zekovar/events/standard_loops.h"
+#include "zekovar/foundation/system_code.h"
+#include "zekovar/process/job_shell.h"
+#include "zekovar/process/text_growth.h"
+
+#include <algorithm>
+#include <poll.h>
+
+using ZK::Detail::codeOfErrno;
+using ZK::Detail::LoopStandstill;
+
+namespace ZK
+{
+namespace
+{
+constexpr int DETAIL_LEVEL = 1; // of all debug lines here
+constexpr unsigned int INPUT = 0;
+
+/// More than a terminal and a pipe can hold of what a program has written.
+constexpr unsigned int MAX_DRAINED_BYTES = 1024 * 1024;
+
+constexpr int INPUT_POLL_MILLISECONDS = 100;
+
+unsigned int indexOf(StreamType type)
+{
+    return static_cast<unsigned int>(type);
+}
+
+XCode refusal(char const* action)
+{
+    XCode code(XCODE_FAILURE);
+    code.setStringF("CANNOT %s SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP", action);
+    return code;
+}
+
+bool isOnLoop()
+{
+    return isCurrentThreadSynchronizedTo(IO::INSTANCE());
+}
+}
+
+CFutureShell::CFutureShell(IJob* job)
+    : CInherit(job),
+      m_lock(false),
+      m_cancelling(0),
+      m_isResultPending(false),
+      m_hasResult(false),
+      m_startLock(false),
+      m_isClaimed(false),
+      m_hasInput(false)
+{
+    for (ZKLWPtr<ActiveFile>& stream : m_streams)
+        stream = MovePtr<ActiveFile>(new ActiveFile(IO::INSTANCE(), -1, true, false));
+}
+
+void CFutureShell::callDtor()
+{
+    if (m_isClaimed)
+    {
+        LoopStandstill const standstill(IO::INSTANCE());
+        m_client.close();
+        for (Sig::ScopedConnection& hook : m_streamHooks)
+            hook.disconnect();
+        for (ZKLWPtr<ActiveFile>& stream : m_streams)
+            stream = nullptr;
+    }
+    CInherit::callDtor();
+}
+
+/// For a handler on the loop: null if another thread is about to destroy this object, and waits for the loop.
+ZKPtr<CFutureShell> CFutureShell::getSelfIfAlive()
+{
+    unsigned int count = m_count.load();
+    while (count != 0 && !m_count.compare_exchange_weak(count, count + 1))
+        continue;
+    return MovePtr<CFutureShell>(count != 0 ? this : nullptr);
+}
+
+String CFutureShell::getTag()
+{
+    ZKPtr<IJob> const run = job();
+    return run ? run->getJobDescription() : String("(none)");
+}
+
+XCode CFutureShell::execute()
+{
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Executing", getTag().c_str());
+    XCode code = start();
+    if (code.isErr())
+        RTD::error(MON_JOB, "[%s] FAILED TO EXECUTE: %s", getTag().c_str(), code.toString().c_str());
+    else
+        RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Successfully executed", getTag().c_str());
+    return code;
+}
+
+XCode CFutureShell::start()
+{
+    ZKPtr<IJob> const run = job();
+    auto* const shellJob = dynamic_cast<CJobShell*>(run.getObj());
+    if (shellJob == nullptr)
+    {
+        finished(XCODE_FAILURE);
+        return XCODE_FAILURE;
+    }
+    XCode code = tryToExecute();
+    if (code.isErr())
+        code = startCommand(*shellJob, code);
+    return code;
+}
+
+/// Doesn't touch a future that runs, has completed, or was cancelled on its way here.
+XCode CFutureShell::startCommand(CJobShell const& job, XCode const& refused)
+{
+    XCode code;
+    {
+        ZKAutoLock<ZKMutex> const guard(m_startLock);
+        if (m_isClaimed || hasCompleted())
+            return refused;
+        m_isClaimed = true;
+        enterCancel();
+        m_client.registerResultObserver(bindArgs(directCall(),
+                                                 [this](Shell::Client* client, XCode result)
+                                                 {
+                                                     if (ZKPtr<CFutureShell> const self = getSelfIfAlive())
+                                                         onShellClientResultAvailable(client, result);
+                                                 }));
+        unsigned int fdCount = 0;
+        int fds[Shell::MAX_DESCRIPTORS];
+        code = m_client.sendCommand(job.getCmdLineArgs(), job.getEnvironment(), fdCount, fds);
+        if (code)
+            connectStreams(fdCount, fds);
+    }
+    if (code.isErr())
+        finished(code);
+    leaveCancel();
+    return code;
+}
+
+void CFutureShell::connectStreams(unsigned int fdCount, int const* fds)
+{
+    LoopStandstill const standstill(IO::INSTANCE());
+    for (unsigned int i = 0; i < fdCount; ++i)
+        m_streams[i]->setFd(fds[i]);
+    connectStream(StreamType::STANDARD_OUTPUT);
+    connectStream(StreamType::STANDARD_ERROR);
+    m_hasInput = fdCount > INPUT;
+}
+
+void CFutureShell::connectStream(StreamType type)
+{
+    ActiveFile& stream = *m_streams[indexOf(type)];
+    if (!stream.isOpen())
+        return;
+    stream.setBlocking(false);
+    m_streamHooks[indexOf(type)] =
+        stream.onStringData.connect(bindArgs(directCall(),
+                                             [this, type](String text)
+                                             {
+                                                 if (ZKPtr<CFutureShell> const self = getSelfIfAlive())
+                                                     onStreamData(type, std::move(text));
+                                             }));
+}
+
+void CFutureShell::onStreamData(StreamType type, String text)
+{
+    unsigned int const index = indexOf(type);
+    if (index >= STREAM_COUNT)
+        return;
+    Function<void(String)> const observer = m_streamObservers[index]; // it may replace itself
+    if (observer)
+        observer(std::move(text));
+    else
+        Detail::appendGrowing(m_streamTexts[index], text);
+}
+
+void CFutureShell::setStreamObserver(StreamType type, Function<void(String)> observer)
+{
+    unsigned int const index = indexOf(type);
+    if (index >= STREAM_COUNT)
+        return;
+    LoopStandstill const standstill(IO::INSTANCE());
+    if (observer && !m_streamTexts[index].isEmpty())
+    {
+        String text;
+        std::swap(text, m_streamTexts[index]);
+        observer(std::move(text));
+    }
+    std::swap(m_streamObservers[index], observer);
+}
+
+void CFutureShell::onShellClientResultAvailable(Shell::Client*, XCode result)
+{
+    finished(std::move(result));
+}
+
+void CFutureShell::finished(XCode result)
+{
+    {
+        ZKAutoLock<ZKMutex> const guard(m_lock);
+        if (std::exchange(m_hasResult, true))
+            return;
+        m_isResultPending = m_cancelling > 0;
+        if (m_isResultPending)
+        {
+            m_pendingResult = std::move(result);
+            return;
+        }
+    }
+    end(std::move(result));
+}
+
+void CFutureShell::enterCancel()
+{
+    ZKAutoLock<ZKMutex> const guard(m_lock);
+    ++m_cancelling;
+}
+
+void CFutureShell::leaveCancel()
+{
+    XCode result;
+    {
+        ZKAutoLock<ZKMutex> const guard(m_lock);
+        if (m_cancelling == 0 || --m_cancelling > 0 || !std::exchange(m_isResultPending, false))
+            return;
+        result = std::move(m_pendingResult);
+    }
+    end(std::move(result));
+}
+
+/// The program's end is told on a way of its own, which may be faster than that of its last output.
+void CFutureShell::end(XCode result)
+{
+    LoopStandstill const standstill(IO::INSTANCE());
+    drainStream(StreamType::STANDARD_OUTPUT);
+    drainStream(StreamType::STANDARD_ERROR);
+    set(m_streamTexts[indexOf(StreamType::STANDARD_OUTPUT)]);
+    String const& errors = m_streamTexts[indexOf(StreamType::STANDARD_ERROR)];
+    if (!errors.isEmpty())
+        result.setString(errors);
+    done(result);
+}
+
+/// Delivers what is there. Somebody else may hold the stream and go on writing for ever.
+void CFutureShell::drainStream(StreamType type)
+{
+    ZKLWPtr<ActiveFile> const stream = m_streams[indexOf(type)];
+    unsigned int count = ActiveFile::MAX_DATA_BYTES;
+    for (unsigned int total = 0; total < MAX_DRAINED_BYTES && count > 0 && stream->isOpen(); total += count)
+    {
+        String text;
+        bool ended = false;
+        text.native_alloc(ActiveFile::MAX_DATA_BYTES);
+        stream->readToEof(text.data(), static_cast<unsigned int>(text.length()), count, ended, true);
+        text.native_alloc(static_cast<int>(count));
+        if (count > 0)
+            onStreamData(type, std::move(text));
+    }
+}
+
+XCode CFutureShell::sendData(String const& data)
+{
+    if (!m_hasInput)
+        return codeOfErrno(EBADF);
+    ZKLWPtr<ActiveFile> const input = m_streams[INPUT];
+    char const* next = data.c_str();
+    unsigned int left = static_cast<unsigned int>(data.length());
+    XCode code;
+    while (code && left > 0)
+    {
+        unsigned int count = 0;
+        code = input->writeOnce(next, left, count, true);
+        next += count;
+        left -= count;
+        if (code == codeOfErrno(EAGAIN) || (code && count == 0))
+            code = waitForInput(input->getFd());
+    }
+    return code;
+}
+
+/// Waits until the terminal takes more.
+XCode CFutureShell::waitForInput(int fd)
+{
+    if (isOnLoop())
+    {
+        XCode code = codeOfErrno(EAGAIN);
+        code.setString("CANNOT SEND DATA BLOCKING WHILE SYNCHRONIZED ON IO EVENT LOOP");
+        return code;
+    }
+    if (hasCompleted())
+        return codeOfErrno(EPIPE);
+    pollfd terminal = {fd, POLLOUT, 0};
+    ::poll(&terminal, 1, INPUT_POLL_MILLISECONDS);
+    return (terminal.revents & POLLHUP) != 0 ? codeOfErrno(EPIPE) : XCode(XCODE_SUCCESS);
+}
+
+XCode CFutureShell::cancel(int signal)
+{
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Canceling", getTag().c_str());
+    enterCancel();
+    XCode code = tryToCancel(signal);
+    if (code.isErr())
+        RTD::error(MON_JOB, "[%s] FAILED TO CANCEL: %s", getTag().c_str(), code.toString().c_str());
+    else
+        RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Successfully cancelled", getTag().c_str());
+    leaveCancel();
+    return code;
+}
+
+XCode CFutureShell::tryToCancel(int signal)
+{
+    if (isOnLoop())
+        return refusal("CANCEL");
+    if (hasCompleted())
+        return XCODE_FAILURE;
+    ZKAutoLock<ZKMutex> const guard(m_startLock);
+    return stopCommand(signal);
+}
+
+/// The start lock is held, and the result is kept back. Where the program's end won't be told, this ends the future.
+XCode CFutureShell::stopCommand(int signal)
+{
+    XCode code;
+    bool isLast = false;
+    if (m_isClaimed)
+    {
+        code = m_client.sendCancel(signal);
+        if (code || m_client.isLost())
+            code = cancelWithoutDone(signal);
+        isLast = m_client.isLost() && getState() == State::cancelling;
+    }
+    else
+    {
+        code = cancelWithoutDone(signal);
+        m_isClaimed = code.isSuccess();
+        isLast = m_isClaimed;
+    }
+    if (!isLast)
+        return code;
+    finished(signal == 0 ? XCode(XCODE_SUCCESS) : XCode(XCODE_SIGNAL | (static_cast<unsigned int>(signal) & 0xFFFFFF)));
+    return XCODE_SUCCESS;
+}
+
+XCode CFutureShell::signal(int signal)
+{
+    RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Signaling", getTag().c_str());
+    XCode code = hasCompleted() ? XCode(XCODE_FAILURE) : m_client.sendSignal(signal);
+    if (code.isErr())
+        RTD::error(MON_JOB, "[%s] FAILED TO SIGNAL: %s", getTag().c_str(), code.toString().c_str());
+    else
+        RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Successfully signaled", getTag().c_str());
+    return code;
+}
+
+XCode CFutureShell::waitForCompletion()
+{
+    if (!hasCompleted() && isOnLoop())
+        return refusal("WAIT FOR");
+    return CInherit::waitForCompletion();
+}
+}

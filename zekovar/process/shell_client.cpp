@@ -1,0 +1,306 @@
+#include "zekovar/process/shell_client.h"
+
+#include "zekovar/diagnostics/log.h"
+#include "zekovar/events/loop_standstill.h"
+#include "zekovar/foundation/system_code.h"
+#include "zekovar/threads/auto_lock.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sys/socket.h>
+
+using ZK::Detail::codeOfErrno;
+using ZK::Detail::codeOfResult;
+
+namespace ZK::Shell
+{
+namespace
+{
+constexpr unsigned int MAX_STRINGS = 255;
+constexpr int MAX_COUNT = 0x7FFFFFFF;
+
+XCode failure(char const* text)
+{
+    XCode code(XCODE_FAILURE);
+    code.setString(text);
+    return code;
+}
+}
+
+Client::Client()
+    : m_semaphore(0, MAX_COUNT, Time::Source::REALTIME),
+      m_state(NOTHING_SENT),
+      m_lock(false),
+      m_requestLock(false),
+      m_isLost(false)
+{
+}
+
+Client::~Client()
+{
+    Client::close();
+    forgetAnswers();
+}
+
+XCode Client::close()
+{
+    Detail::LoopStandstill const standstill(file().getEventLoop());
+    m_hook.disconnect();
+    return Socket::close();
+}
+
+XCode Client::refuseOnLoop(char const* action)
+{
+    XCode code;
+    if (isCurrentThreadSynchronizedTo(file().getEventLoop()))
+    {
+        code = XCODE_FAILURE;
+        code.setStringF("CANNOT %s SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP", action);
+    }
+    return code;
+}
+
+XCode Client::sendCommand(ZKVector<String> const& args, ZKStringHashTable<String> const& env, unsigned int& fdCount,
+                          int* fds)
+{
+    fdCount = 0;
+    if (XCode code = refuseOnLoop("EXECUTE"); code.isErr())
+        return code;
+    ZKAutoLock<ZKMutex> const request(m_requestLock);
+    if (m_state != NOTHING_SENT)
+        return failure("COMMAND IN PROGRESS");
+    if (args.size() > MAX_STRINGS)
+        return failure("TOO MANY ARGUMENTS");
+    if (env.size() > MAX_STRINGS)
+        return failure("TOO MANY ENVIRONMENT VARIABLES");
+    MsgBuffer message;
+    XCode code = buildExecute(message, args, env);
+    if (code.isErr())
+        return code;
+    code = start(message, fdCount, fds);
+    if (code.isErr())
+    {
+        close();
+        CLOSE_ALL(fdCount, fds);
+        fdCount = 0;
+    }
+    return code;
+}
+
+XCode Client::start(MsgBuffer const& message, unsigned int& fdCount, int* fds)
+{
+    forgetAnswers();
+    XCode code = connect(SERVER_PATH);
+    if (code.isErr())
+    {
+        code.extendString(String::stringOfFormat("COULD NOT CONNECT TO SERVER %s", SERVER_PATH), ": ");
+        return code;
+    }
+    observeSocket();
+    code = send(message.header(), 0, nullptr);
+    if (code.isErr())
+    {
+        code.extendString("COULD NOT SEND EXECUTE MESSAGE TO SERVER", ": ");
+        return code;
+    }
+    code = waitForConfirmation(fdCount, fds);
+    if (code)
+        moveTo(NOTHING_SENT, RUNNING);
+    return code;
+}
+
+XCode Client::connect(String const& path)
+{
+    int const fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    XCode code = codeOfResult(fd);
+    if (code.isErr())
+    {
+        code.setString("COULD NOT CREATE CLIENT SOCKET");
+        return code;
+    }
+    code = file().setFd(fd);
+    if (code.isErr())
+        return code;
+    sockaddr_un address;
+    socklen_t const length = MAKE_ADDRESS(address, path);
+    do
+    {
+        code = codeOfResult(::connect(fd, reinterpret_cast<sockaddr*>(&address), length));
+    } while (code == codeOfErrno(EINTR));
+    if (code.isErr())
+        code.setStringF("COULD NOT BIND CLIENT SOCKET TO PATH %s", path.c_str());
+    return code;
+}
+
+/// The loop may find the socket closed as soon as it watches it, and then disconnects the hook.
+void Client::observeSocket()
+{
+    Detail::LoopStandstill const standstill(file().getEventLoop());
+    m_hook = file().onReadReady.connect(bindArgs(&Client::onSocketReadyForReading, this));
+}
+
+XCode Client::sendCancel(int signal)
+{
+    if (XCode code = refuseOnLoop("CANCEL"); code.isErr())
+        return code;
+    ZKAutoLock<ZKMutex> const request(m_requestLock);
+    if (m_state != RUNNING)
+        return XCODE_SUCCESS;
+    XCode code = signalAndWait(signal);
+    if (code)
+        moveTo(RUNNING, CANCELLED);
+    return code;
+}
+
+XCode Client::sendSignal(int signal)
+{
+    if (XCode code = refuseOnLoop("SIGNAL"); code.isErr())
+        return code;
+    ZKAutoLock<ZKMutex> const request(m_requestLock);
+    return m_state == RUNNING ? signalAndWait(signal) : XCode(XCODE_SUCCESS);
+}
+
+/// The request lock is held. A message that crosses that of the command's end gets no answer, and needs none.
+XCode Client::signalAndWait(int signal)
+{
+    MsgSignal const message = makeSignal(signal);
+    XCode code = m_isLost ? codeOfErrno(EPIPE) : send(&message.header, 0, nullptr);
+    if (code.isErr())
+        code.extendString("COULD NOT SEND CANCEL MESSAGE TO SERVER", ": ");
+    else
+        code = waitForConfirmation();
+    return m_state == TERMINATED ? XCode(XCODE_SUCCESS) : code;
+}
+
+void Client::registerResultObserver(Function<void(Client*, XCode)> observer)
+{
+    ZKAutoLock<ZKMutex> const guard(m_lock);
+    std::swap(m_resultObserver, observer);
+}
+
+XCode Client::waitForConfirmation()
+{
+    unsigned int fdCount = 0;
+    int fds[MAX_DESCRIPTORS];
+    XCode const code = waitForConfirmation(fdCount, fds);
+    CLOSE_ALL(fdCount, fds);
+    return code;
+}
+
+XCode Client::waitForConfirmation(unsigned int& fdCount, int* fds)
+{
+    fdCount = 0;
+    XCode code = refuseOnLoop("WAIT FOR");
+    if (code.isErr())
+        return code;
+    code = m_semaphore.wait();
+    if (code.isErr())
+    {
+        code.setString("COULD NOT BLOCK ON RX SEMAPHORE");
+        return code;
+    }
+    MsgInfo answer;
+    {
+        ZKAutoLock<ZKMutex> const guard(m_lock);
+        if (!m_received.pop(answer))
+            return failure("NO CONFIRMATION MESSAGE RECEIVED");
+    }
+    fdCount = answer.fdCount;
+    std::memcpy(fds, answer.fds, fdCount * sizeof(int));
+    if (answer.message.header()->type == MsgType::NAK)
+    {
+        if (XCode malformed = readXCode(*answer.message.header(), code); malformed.isErr())
+            return malformed;
+    }
+    return code;
+}
+
+bool Client::moveTo(State from, State to)
+{
+    ZKAutoLock<ZKMutex> const guard(m_lock);
+    bool const isThere = m_state == from;
+    if (isThere)
+        m_state = to;
+    return isThere;
+}
+
+/// Nobody waits, and nothing arrives.
+void Client::forgetAnswers()
+{
+    for (MsgInfo answer; m_received.pop(answer);)
+        CLOSE_ALL(answer.fdCount, answer.fds);
+    while (m_semaphore.waitFor(0))
+        continue;
+    m_isLost = false;
+}
+
+void Client::onSocketReadyForReading()
+{
+    for (;;)
+    {
+        MsgInfo answer;
+        XCode code = recv(answer.message.header(), sizeof answer.message.bytes, answer.fdCount, answer.fds);
+        if (code == codeOfErrno(EAGAIN))
+            return;
+        if (code.isErr())
+            return onReceiveFailure(code);
+        switch (answer.message.header()->type)
+        {
+        case MsgType::TERMINATED:
+            CLOSE_ALL(answer.fdCount, answer.fds);
+            return onTerminated(*answer.message.header());
+        case MsgType::ACK:
+        case MsgType::NAK:
+            onAnswer(answer);
+            break;
+        default:
+            CLOSE_ALL(answer.fdCount, answer.fds);
+            break;
+        }
+    }
+}
+
+void Client::onAnswer(MsgInfo const& answer)
+{
+    {
+        ZKAutoLock<ZKMutex> const guard(m_lock);
+        m_received.add(answer);
+    }
+    m_semaphore.signal();
+}
+
+/// The last message that is of interest. The observer may destroy this object.
+void Client::onTerminated(MsgHdr const& message)
+{
+    XCode result;
+    if (XCode malformed = readXCode(message, result); malformed.isErr())
+        result = malformed;
+    m_hook.disconnect();
+    // lets the server's side go, while a thread that sends may still use the descriptor
+    ::shutdown(file().getFd(), SHUT_RDWR);
+    Function<void(Client*, XCode)> observer(nullptr);
+    {
+        ZKAutoLock<ZKMutex> const guard(m_lock);
+        m_state = TERMINATED;
+        observer = m_resultObserver;
+    }
+    m_semaphore.signal(); // whoever waits for an answer gets none
+    if (observer)
+        observer(this, result);
+}
+
+void Client::onReceiveFailure(XCode code)
+{
+    if (code != codeOfErrno(EPIPE))
+    {
+        code.extendString("COULD NOT RECEIVE MESSAGE", ": ");
+        RTD::error(MON_JOB, "%s", code.toString().c_str());
+    }
+    m_hook.disconnect();
+    {
+        ZKAutoLock<ZKMutex> const guard(m_lock);
+        m_isLost = true;
+    }
+    m_semaphore.signal();
+}
+}
