@@ -2,6 +2,7 @@
 
 #include "zekovar/foundation/random.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <utility>
@@ -89,6 +90,12 @@ uint32_t slotsFor(uint32_t members)
 MemberIndex::MemberIndex(uint32_t count)
     : m_slots(std::make_unique<Slot[]>(slotsFor(count))), m_mask(slotsFor(count) - 1)
 {
+}
+
+MemberIndex::MemberIndex(MemberIndex const& other)
+    : m_slots(std::make_unique_for_overwrite<Slot[]>(std::size_t{other.m_mask} + 1)), m_mask(other.m_mask)
+{
+    std::copy_n(other.m_slots.get(), std::size_t{m_mask} + 1, m_slots.get());
 }
 
 MemberIndex::MemberIndex(NodeList<Value::Member> const& members) : MemberIndex(members.size())

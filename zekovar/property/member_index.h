@@ -20,6 +20,10 @@ public:
     /// Without members, with room for `count`.
     explicit MemberIndex(uint32_t count);
 
+    /// For a copy of the members.
+    MemberIndex(MemberIndex const& other);
+    MemberIndex& operator=(MemberIndex const&) = delete;
+
     /// Enters all `members`.
     explicit MemberIndex(NodeList<Value::Member> const& members);
 

@@ -314,8 +314,8 @@ void Value::Store::copyInside(Store const& source, std::vector<Copying>& pending
             Member const& member = source.m_members[i];
             COPY_SO_FAR(m_members.add(member.key, Value()).value, member.value, pending);
         }
-        if (size() > LARGEST_WITHOUT_INDEX)
-            makeIndex();
+        if (source.m_index != nullptr)
+            m_index = new MemberIndex(*source.m_index);
         break;
     default:
         m_code = source.m_code;
