@@ -5,9 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
-#include <vector>
 
 using namespace std::string_literals;
 
@@ -43,32 +41,55 @@ std::string parsed(std::string const& text)
         EXPECT_TRUE(buffer.isEmpty()) << text;
     return code == ZK::HttpParser::INCOMPLETE ? "incomplete" : code.isErr() ? code.toString().c_str() : shown(message);
 }
+
+/// The messages of a stream that arrives in three pieces, one a line; each must come back from its own text.
+std::string received(std::string const& stream, std::size_t first, std::size_t second)
+{
+    std::string all;
+    String buffer;
+    TString<char> bytes;
+    ZK::HttpParser message, other;
+    for (auto const& [start, end] : {std::pair(std::size_t{0}, first), {first, second}, {second, stream.size()}})
+    {
+        buffer.concat(stream.data() + start, static_cast<int>(end - start));
+        bytes.insert(bytes.length(), stream.data() + start, static_cast<int>(end - start));
+        XCode code;
+        for (; (code = message.parse(buffer)).isSuccess(); all += shown(message) + "\n")
+        {
+            EXPECT_TRUE(other.parse(bytes) && shown(other) == shown(message));
+            String text = message.generate();
+            EXPECT_TRUE(other.parse(text) && text.isEmpty() && shown(other) == shown(message));
+        }
+        EXPECT_TRUE(code == ZK::HttpParser::INCOMPLETE && other.parse(bytes) == code);
+    }
+    EXPECT_TRUE(buffer.isEmpty() && bytes.isEmpty() && bytes.frontGap() == 0);
+    return all;
+}
 }
 
 TEST(HttpParser, ReadsRequestsAndStatuses)
 {
-    EXPECT_EQ(parsed("GET /index HTTP/1.1\r\nHost: a.b\r\nAccept :\t x , y \r\n\r\n"),
-              "request|GET|/index|0||host=a.b|accept=x , y|");
     EXPECT_EQ(parsed("HTTP/1.1 404 Not  Found here\r\n\r\n"), "status|||404|Not Found here|");
-    EXPECT_EQ(parsed("\r\nGET  /   HTTP/1.1 \r\nX:\r\nX: 1:2\r\n\r\n"), "request|GET|/|0||x=|x=1:2|");
+    EXPECT_EQ(parsed("\r\nGET  /   HTTP/1.1 \r\nX:\r\nX :\t 1:2 \r\n\r\n"), "request|GET|/|0||x=|x=1:2|");
     EXPECT_EQ(parsed("POST / HTTP/1.1\r\nCONTENT-length:0x4\r\nContent-Length: 9\r\n\r\na\0\r\n"s),
               "request|POST|/|0||content-length=0x4|content-length=9|a\0\r\n"s);
-    EXPECT_EQ(parsed("GET /\0 HTTP/1.1\r\nA\0: b\0c\r\n\r\n"s), "request|GET|/\0|0||a\0=b\0c|"s);
-    EXPECT_EQ(parsed("GET / HTTP/1.1\r\na: x\ny\rz\r\n\r\n"), "request|GET|/|0||a=x\ny\rz|") << "no line ends alone";
+    EXPECT_EQ(parsed("GET /\0 HTTP/1.1\r\nA\0: b\0c\ny\rz\r\n\r\n"s), "request|GET|/\0|0||a\0=b\0c\ny\rz|"s);
     EXPECT_EQ(parsed("GET / HTTP/1.1\r\nContent-Length: none\r\n\r\n"), "request|GET|/|0||content-length=none|");
     EXPECT_EQ(parsed("HTTP/1.1 4294967297 X\r\n\r\n"), "status|||4294967295|X|") << "the same with words of any size";
 }
 
 TEST(HttpParser, RefusesWithAReasonAndLeavesTheBuffer)
 {
-    for (char const* line : {"", "GET /", "GET / HTTP/1.1 x"})
-        EXPECT_EQ(parsed(line + "\r\n\r\n"s), "Invalid request line") << line;
-    for (char const* line : {"GET / HTTP/1.0", "HTTP/1.0 200 OK", "HTTP/1.10 200 OK"})
-        EXPECT_EQ(parsed(line + "\r\n\r\n"s), "Invalid HTTP version") << line;
-    for (char const* line : {"HTTP/1.1 0 OK", "HTTP/1.1 OK 200"})
-        EXPECT_EQ(parsed(line + "\r\n\r\n"s), "Invalid status code") << line;
-    EXPECT_EQ(parsed("HTTP/1.1 200\r\n\r\n"), "Invalid status line");
-    EXPECT_EQ(parsed("GET / HTTP/1.1\r\nFoo\r\nContent-Length: 9\r\n\r\n"), "Invalid header format");
+    for (auto const& [line, reason] : {std::pair("", "Invalid request line"),
+                                       {"GET /", "Invalid request line"},
+                                       {"GET / HTTP/1.1 x", "Invalid request line"},
+                                       {"GET / HTTP/1.0", "Invalid HTTP version"},
+                                       {"HTTP/1.10 200 OK", "Invalid HTTP version"},
+                                       {"HTTP/1.1 0 OK", "Invalid status code"},
+                                       {"HTTP/1.1 OK 200", "Invalid status code"},
+                                       {"HTTP/1.1 200", "Invalid status line"},
+                                       {"GET / HTTP/1.1\r\nFoo\r\nContent-Length: 9", "Invalid header format"}})
+        EXPECT_EQ(parsed(line + "\r\n\r\n"s), reason) << line;
 }
 
 TEST(HttpParser, WaitsForTheWholeMessage)
@@ -84,61 +105,22 @@ TEST(HttpParser, WaitsForTheWholeMessage)
 
 TEST(HttpParser, NoSizeReachesBehindTheBuffer)
 {
-    for (char const* size : {"2147483647", "2147483648", "4294967295", "4294967294", "4294967251", "4294967297",
-                             "18446744073709551615", "18446744073709551614", "99999999999999999999", "-1", "-45",
-                             "-4294967295", "0xffffffff", "0xffffffffffffffff", "7"})
+    for (char const* size : {"7", "2147483647", "2147483648", "4294967251", "4294967295", "4294967297", "-1", "-45",
+                             "18446744073709551571", "18446744073709551615", "99999999999999999999", "0xffffffff"})
         EXPECT_EQ(parsed("GET / HTTP/1.1\r\nContent-Length: "s + size + "\r\n\r\nabcdef"), "incomplete") << size;
 }
 
 TEST(HttpParser, EverySplitOfAStreamGivesTheSameMessages)
 {
-    std::mt19937 random(84);
-    auto const word = [&](std::string const& letters, unsigned int longest)
-    {
-        std::string text;
-        for (auto length = random() % longest; length > 0; length--)
-            text += letters[random() % letters.size()];
-        return textOf(text);
-    };
-    for (int round = 0; round < 400; round++)
-    {
-        std::vector<std::string> sent, received;
-        std::string stream;
-        for (auto count = 1 + random() % 4; count > 0; count--)
-        {
-            ZK::HttpParser message;
-            if (random() % 2 == 0)
-                message.prepareRequest(String("M").concat(word("GETPOS", 5)), String("/").concat(word("a/?%=1", 20)));
-            else
-                message.prepareStatus(static_cast<unsigned int>(1 + random() % 999), "R");
-            for (auto headers = random() % 5; headers > 0; headers--)
-                message.addHeader(String("n").concat(word("x-y\tz_", 9)) += 'e', word("v:,", 12));
-            message.setBody(word("\r\n\0: GET"s, random() % 2 == 0 ? 300 : 8));
-            String const text = message.generate();
-            stream.append(text.c_str(), static_cast<std::size_t>(text.length()));
-            if (!message.getBody().isEmpty())
-                message.addHeader("content-length", String::stringOf(message.getBody().length()));
-            sent.push_back(shown(message));
-        }
-
-        String buffer;
-        TString<char> bytes;
-        ZK::HttpParser message, other;
-        auto const longest = 1 + random() % (random() % 2 == 0 ? 3 : 400);
-        for (std::size_t at = 0; at < stream.size();)
-        {
-            std::string const piece = stream.substr(at, 1 + random() % longest);
-            at += piece.size();
-            buffer.concat(piece.data(), static_cast<int>(piece.size()));
-            bytes.insert(bytes.length(), piece.data(), static_cast<int>(piece.size()));
-            XCode code;
-            for (; (code = message.parse(buffer)).isSuccess(); received.push_back(shown(message)))
-                ASSERT_TRUE(other.parse(bytes) && shown(other) == shown(message));
-            ASSERT_TRUE(code == ZK::HttpParser::INCOMPLETE && other.parse(bytes) == code);
-        }
-        ASSERT_EQ(received, sent);
-        ASSERT_TRUE(buffer.isEmpty() && bytes.isEmpty() && bytes.frontGap() == 0);
-    }
+    std::string const stream = "GET /a HTTP/1.1\r\nHost: x\r\nhost:\r\n\r\n"
+                               "HTTP/1.1 200 All right\r\nA: b\r\nContent-Length: 9\r\n\r\n\r\n\r\n\0GET "
+                               "\r\nPUT /b HTTP/1.1\r\nContent-Length: 1\r\n\r\n\n"s;
+    for (std::size_t first = 0; first <= stream.size(); first++)
+        for (std::size_t second = first; second <= stream.size(); second++)
+            ASSERT_EQ(received(stream, first, second),
+                      "request|GET|/a|0||host=x|host=|\nstatus|||200|All right|a=b|content-length=9|\r\n\r\n\0GET \n"
+                      "request|PUT|/b|0||content-length=1|\n\n"s)
+                << first << " " << second;
 }
 
 TEST(HttpParser, GeneratesTheMessage)
@@ -146,15 +128,12 @@ TEST(HttpParser, GeneratesTheMessage)
     ZK::HttpParser message;
     EXPECT_EQ(message.generate(), "");
     message.prepareRequest("PUT", "/x");
-    message.addHeader("Host", "a");
     message.addHeader("Empty", "");
     message.addHeader("CONTENT-LENGTH", "77");
-    EXPECT_EQ(message.generate(), "PUT /x HTTP/1.1\r\nHost: a\r\nEmpty:\r\n\r\n");
+    EXPECT_EQ(message.generate(), "PUT /x HTTP/1.1\r\nEmpty:\r\n\r\n");
     message.prepareStatus(200, "OK");
     message.setBody("body");
-    EXPECT_EQ(message.generate(), "HTTP/1.1 200 OK\r\nHost: a\r\nEmpty:\r\nContent-Length: 4\r\n\r\nbody");
-    message.reset();
-    EXPECT_EQ(shown(message), "none|||0||");
+    EXPECT_EQ(message.generate(), "HTTP/1.1 200 OK\r\nEmpty:\r\nContent-Length: 4\r\n\r\nbody");
 }
 
 TEST(HttpParser, HeadersAreFoundInAnyCaseAndByNumber)
@@ -167,17 +146,5 @@ TEST(HttpParser, HeadersAreFoundInAnyCaseAndByNumber)
                      message.getHeader("set-cookie", 2), message.getHeader("set-cooki", 0),
                      message.getHeader("mIXED", 0)),
               "a|b|||m");
-    EXPECT_EQ(message.parseRequestLine("GET /a HTTP/2").toString(), "Invalid HTTP version");
-    EXPECT_EQ(shown(message), "none|GET|/a|0||set-cookie=a|other=x|set-cookie=b|Mixed=m|") << "stored before the test";
-}
-
-TEST(HttpParser, ManyHeadersTakeLinearTime)
-{
-    std::string text = "GET / HTTP/1.1\r\n";
-    for (int i = 0; i < 100000; i++)
-        text += "a:\r\n";
-    String buffer = textOf(text + "\r\n");
-    ZK::HttpParser message;
-    EXPECT_EQ(message.parse(buffer), XCODE_SUCCESS);
-    EXPECT_EQ(message.getHeaders().size(), 100000u);
+    EXPECT_TRUE(message.parseRequestLine("GET /a HTTP/2").isErr() && message.getUri() == "/a") << "stored before";
 }

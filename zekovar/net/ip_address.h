@@ -220,9 +220,8 @@ public:
     /// `position` is moved behind what was read. A position outside the text reads the character 0.
     /// @{
 
-    /// Reads up to `maxDigits` decimal digits; a 0 in front ends the number, and without a digit there is none. One of
-    /// `maxDigits` digits may not be above `maxValue`; for shorter ones the caller chooses digits and limit so that they
-    /// can't be.
+    /// Reads up to `maxDigits` decimal digits; a 0 in front ends the number, and without a digit there is none. Only a
+    /// number of all `maxDigits` digits is compared with `maxValue`, which is to be above all shorter ones.
     static bool s_getNumberOfString(String const& text, int maxDigits, unsigned int maxValue, int& position,
                                     unsigned int& value);
 

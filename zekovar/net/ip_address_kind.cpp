@@ -80,11 +80,12 @@ bool IpAddress::isWithinV4Network() const
            network != mask;
 }
 
+/// For an IPv6 address.
 bool IpAddress::isV6HostPartZero() const
 {
     Ipv6Address network;
     getV6NetAddrAsBinaryString(network);
-    return isV6() && std::memcmp(&network, &m_address, sizeof network) == 0;
+    return std::memcmp(&network, &m_address, sizeof network) == 0;
 }
 
 bool IpAddress::isNetType() const

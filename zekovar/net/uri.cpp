@@ -217,7 +217,7 @@ XCode UriUtil::urlDecode(String& out, String const& in)
                 return XCODE_FAILURE;
             decoded = static_cast<char>(byte);
         }
-        out += decoded;
+        out += decoded; // which appends no zero
     }
     return XCODE_SUCCESS;
 }
