@@ -24,8 +24,8 @@ TEST(Decompress, TellsDataThatIsCorruptOrCutFromRoomThatIsTooSmall)
     EXPECT_EQ(unpack(PACKED + "behind").first, 0);
     EXPECT_EQ(unpack(PACKED).second.substr(108), "way gateway gateway ");
     EXPECT_EQ(unpack(PACKED, 12), std::pair(-5, std::string("gateway gate")));
-    EXPECT_EQ(unpack(PACKED, 127).first, -5);
-    EXPECT_EQ(unpack(PACKED, 0).first, -5);
+    for (std::size_t const room : {0, 1, 127})
+        EXPECT_EQ(unpack(PACKED, room).first, -5) << room;
     for (std::size_t size = 0; size < PACKED.size(); ++size)
         EXPECT_EQ(unpack(PACKED.substr(0, size)).first, -3) << size;
     for (std::size_t const place : {0, 1, 2, 15, 18})
@@ -37,7 +37,6 @@ TEST(Decompress, TellsDataThatIsCorruptOrCutFromRoomThatIsTooSmall)
     std::size_t room = 5;
     EXPECT_EQ(deCompress(nullptr, room, PACKED.data(), PACKED.size()), -2);
     EXPECT_EQ(room, 0u);
-    EXPECT_EQ(deCompress(nullptr, room, nullptr, 4), -2);
 }
 
 #else

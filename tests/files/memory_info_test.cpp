@@ -33,7 +33,7 @@ TEST(MemInfo, ReadsTheFiguresThatHaveALine)
                          "SwapCached: 99 kB\nShmem: 5 kB\nSReclaimable: 4 kB\nSUnreclaim: 3 kB\nMemTotalX: 1"),
               "500|450|400|7|6|5|4|3");
     EXPECT_EQ(overviewOf("MemFree: 100\nBuffers: 20\nCached: 30\nShmem: 4\nSReclaimable: 3"), "0|149|100|20|30|4|3|0");
-    EXPECT_EQ(overviewOf("Shmem: 4\nMemFree: 3"), "0|0|3|0|0|4|0|0");
+    EXPECT_EQ(overviewOf("Shmem: 4\nMemFree: 3"), "0|0|3|0|0|4|0|0") << "an estimate doesn't fall below 0";
     EXPECT_EQ(overviewOf("MemAvailable:\nMemFree: x\nCached: 4294967295 kB\n: 5\n\n"), "0|0|0|0|4294967295|0|0|0");
 
     EXPECT_EQ(processOf("Name:\tVmPeak\nVmPeak:\t 9 kB\nVmSize:\t 8 kB\nVmHWM:\t 7 kB\nVmRSS:\t 6 kB"), "9|8|7|6");

@@ -33,8 +33,8 @@ TEST(Clock, ReadsATextAsAWholeOrCountsWhatItReads)
     Clock clock("2021-07-01T12:30:05", Zone::UTC);
     EXPECT_EQ(broken(clock), "true|2021|7|1|12|30|5|1625142605");
     EXPECT_EQ(clock.toString(Clock::Format::LONG), "Thursday July 01 2021 12:30:05");
-    EXPECT_EQ(clock.toFormattedString(String::repeat("x", 63).c_str()).length(), 63);
-    EXPECT_EQ(clock.toFormattedString(String::repeat("x", 64).c_str()), "");
+    for (unsigned int length : {63, 64})
+        EXPECT_EQ(clock.toFormattedString(String::repeat("x", length).c_str()).isEmpty(), length > 63);
     EXPECT_EQ(Clock("01/07/21", "%d/%m/%y", Zone::UTC).getSeconds(), 1625097600);
     EXPECT_FALSE(Clock(String("2021-07-01T12:30:05\0x", 21, 0, 21), Zone::UTC).isValid());
     EXPECT_TRUE(clock.set("25:00", "%H:%M", Zone::UTC, &consumed).isErr() && consumed == 99);

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <random>
 
 namespace
@@ -18,6 +19,13 @@ constexpr auto END = _TimeSpecification::SPEC_END;
 using Operation = XCode (_TimeSpecification::*)(unsigned int const&, _TimeSpecification::SpecMode, unsigned int&,
                                                 String&) const;
 
+String textOf(time_t seconds)
+{
+    String text;
+    SECONDS_TO_DATE_AND_TIME_AS_STRING(static_cast<unsigned int>(seconds), text, "-", " ", ":");
+    return text;
+}
+
 /// The result as text, or the error.
 String resultOf(Operation operation, _Time_Absolute const& time, _Time_Relative const& offset, time_t now,
                 _TimeSpecification::SpecMode mode)
@@ -26,12 +34,11 @@ String resultOf(Operation operation, _Time_Absolute const& time, _Time_Relative 
     specification.m_specification = time;
     specification.m_offset = offset;
     unsigned int result = 7;
-    String text;
-    if ((specification.*operation)(static_cast<unsigned int>(now), mode, result, text))
-        SECONDS_TO_DATE_AND_TIME_AS_STRING(result, text, "-", " ", ":");
-    else
-        EXPECT_EQ(result, 7u);
-    return text;
+    String error;
+    if ((specification.*operation)(static_cast<unsigned int>(now), mode, result, error))
+        return textOf(static_cast<time_t>(result));
+    EXPECT_EQ(result, 7u);
+    return error;
 }
 
 String calculated(_Time_Absolute const& time, _Time_Relative const& offset, char const* now,
@@ -42,19 +49,9 @@ String calculated(_Time_Absolute const& time, _Time_Relative const& offset, char
     return resultOf(&_TimeSpecification::calculate, time, offset, static_cast<time_t>(seconds), mode);
 }
 
-String textOf(time_t seconds)
-{
-    String text;
-    SECONDS_TO_DATE_AND_TIME_AS_STRING(static_cast<unsigned int>(seconds), text, "-", " ", ":");
-    return text;
-}
-
 time_t startOf(int year)
 {
-    tm first{};
-    first.tm_mday = 1;
-    first.tm_year = year - 1900;
-    return timegm(&first);
+    return std::chrono::sys_days(std::chrono::year(year) / 1 / 1).time_since_epoch().count() * DAY;
 }
 
 bool fits(_Time_Absolute const& wanted, tm const& time)
@@ -145,11 +142,10 @@ TEST(TimeSpecification, WhatHasPassedCarriesIntoOpenFieldsOnly)
     EXPECT_EQ(calculated({UNSET, 3, UNSET, UNSET, 2021}, {}, "2021-12-31T07:08:09"), "2021-12-31 03:00:00");
     EXPECT_EQ(calculated({UNSET, UNSET, 5, UNSET, 2021}, {}, "2021-12-20T07:08:09"), "2021-12-05 00:00:00");
     EXPECT_EQ(calculated({UNSET, UNSET, UNSET, 3, UNSET}, {}, "2036-05-06T07:08:09", END), "2037-03-31 23:59:59");
-    EXPECT_EQ(calculated({UNSET, 3, 31, UNSET, UNSET}, {}, "2021-01-31T04:00:00"), "Invalid date specification");
-    EXPECT_EQ(calculated({UNSET, UNSET, UNSET, 13, UNSET}, {}, "2021-01-31T04:00:00"), "Invalid date specification");
-    EXPECT_EQ(calculated({0, 0, 1, 1, UNSET}, {0, 0, 0, 0, 1, 0}, "1970-09-01T00:00:00"), "Current date is invalid");
-    EXPECT_EQ(calculated({0, 0, 1, 1, UNSET}, {0, 0, 0, UNSET, 0, 0}, "2021-01-01T00:00:00"),
-              "Current date is invalid");
+    for (_Time_Absolute const& wanted : {_Time_Absolute{UNSET, 3, 31, UNSET, UNSET}, {UNSET, UNSET, 1, 13, UNSET}})
+        EXPECT_EQ(calculated(wanted, {}, "2021-01-31T04:00:00"), "Invalid date specification");
+    for (_Time_Relative const& offset : {_Time_Relative{0, 0, 0, 0, 1, 0}, {0, 0, 0, UNSET, 0, 0}})
+        EXPECT_EQ(calculated({0, 0, 1, 1, UNSET}, offset, "1970-09-01T00:00:00"), "Current date is invalid");
 }
 
 TEST(TimeSpecification, WeekdaysShiftThereAndBack)
@@ -163,6 +159,9 @@ TEST(TimeSpecification, WeekdaysShiftThereAndBack)
     auto const sunday = [](char const* now) { return calculated({0, 12, 1, UNSET, UNSET}, {0, 0, 0, 0, 0, -7}, now); };
     EXPECT_EQ(sunday("2021-08-28T00:00:00"), "2021-08-29 12:00:00");
     EXPECT_EQ(sunday("2021-10-29T00:00:00"), "2021-11-28 12:00:00");
+    EXPECT_EQ(calculated({0, 12, 1, UNSET, UNSET}, {0, 0, 0, 0, 0, UNSET + 1}, "2021-08-28T00:00:00"),
+              "2021-08-30 12:00:00")
+        << "-1 modulo 7";
 }
 
 TEST(TimeSpecification, SpecifiedTimesAreLocal)
@@ -212,14 +211,14 @@ TEST(TimeSpecification, RulesOfDaylightSavingTimeMatchTheCLibrary)
 
 TEST(TimeSpecification, RulesStayInTheirYearOrStopAt2036)
 {
-    auto const calculateDST = [](_Time_Absolute const& time, time_t now, _TimeSpecification::SpecMode mode)
-    { return resultOf(&_TimeSpecification::calculateDST, time, _TimeSpecification().m_offset, now, mode); };
-    time_t const late = 0x7FE00000; // in December 2037
-    EXPECT_EQ(calculateDST({0, 1, 31, 3, UNSET}, late, START), "2037-03-31 01:00:00");
-    EXPECT_EQ(calculateDST({0, 1, 31, 3, UNSET}, 2095891200, START), "2036-03-31 01:00:00") << "though it has passed";
-    EXPECT_EQ(calculateDST({0, 1, 31, 3, UNSET}, 922842000, START), "1999-03-31 01:00:00") << "which is the present";
-    EXPECT_EQ(calculateDST({0, 1, 31, 3, UNSET}, 0, END), "2036-03-31 01:00:00");
-    EXPECT_EQ(calculateDST({0, 1, 31, 3, 1999}, late, START), "1999-03-31 01:00:00");
-    EXPECT_EQ(calculateDST({0, 1, 31, 3, 1999}, static_cast<time_t>(0x7FE90000), START), "Current date is invalid");
-    EXPECT_EQ(calculateDST({UNSET, 1, 31, 3, UNSET}, 0, START), "Invalid date specification");
+    auto const calculateDST = [](int year, time_t now, _TimeSpecification::SpecMode mode) {
+        return resultOf(&_TimeSpecification::calculateDST, {0, 1, 31, 3, year}, _TimeSpecification().m_offset, now,
+                        mode);
+    };
+    EXPECT_EQ(calculateDST(UNSET, 2095891200, START), "2036-03-31 01:00:00") << "though it has passed";
+    EXPECT_EQ(calculateDST(UNSET, 922842000, START), "1999-03-31 01:00:00") << "which is the present";
+    EXPECT_EQ(calculateDST(UNSET, 0, END), "2036-03-31 01:00:00");
+    EXPECT_EQ(calculateDST(1999, 2095891200, START), "1999-03-31 01:00:00");
+    EXPECT_EQ(calculateDST(1999, time_t{END_OF_2037} + 1, START), "Current date is invalid");
+    EXPECT_EQ(calculateDST(1969, 0, START), "Invalid date specification");
 }

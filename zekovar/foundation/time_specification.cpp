@@ -53,8 +53,9 @@ XCode shiftBack(unsigned int& seconds, int const& count)
 /// day; with a negative one, on to the end of the day behind the next `-weekday`. On such a day it stays.
 XCode unshiftWeekday(unsigned int& seconds, int const& weekday)
 {
+    int const rest = weekday % 7; // whose neighbours are numbers, too
     unsigned int moved = seconds;
-    XCode code = SECONDS_SHIFT_WDAY(moved, weekday > 0 ? -weekday - 1 : 1 - weekday);
+    XCode code = SECONDS_SHIFT_WDAY(moved, weekday > 0 ? -rest - 1 : 1 - rest);
     if (code.isErr() || moved == seconds)
         return code;
     int year, month, day;
