@@ -1,6 +1,7 @@
 #include "gatewayd.h"
 
 #include "command_group.h"
+#include "command_server.h"
 #include "console.h"
 #include "login_key.h"
 #include "workbench.h"
@@ -208,6 +209,11 @@ int Gatewayd::serve()
     }
     openlog(m_identity.c_str(), LOG_PID | (m_logToStandardError ? LOG_PERROR : 0), LOG_DAEMON);
 
+    CommandServer commands;
+    if (XCode const code = commands.start(); code.isErr())
+    {
+        std::fprintf(stderr, "gatewayd: no program can be run: %s\n", code.toString().c_str());
+    }
     Console console(m_signals);
     if (!listen(console))
     {

@@ -6,9 +6,11 @@
 #include "link_commands.h"
 #include "loop_commands.h"
 #include "net_commands.h"
+#include "process_commands.h"
 #include "regex_commands.h"
 #include "report_commands.h"
 #include "session.h"
+#include "system_commands.h"
 #include "timer_commands.h"
 
 #include <cctype>
@@ -30,9 +32,11 @@ Workbench::Workbench(ZKEventLoop& loop, Console& console)
     m_groups.push_back(std::make_unique<LinkCommands>(console, loop));
     m_groups.push_back(std::make_unique<JobCommands>());
     m_groups.push_back(std::make_unique<NetCommands>());
+    m_groups.push_back(std::make_unique<ProcessCommands>());
     m_groups.push_back(std::make_unique<RegexCommands>());
     m_groups.push_back(std::make_unique<CryptoCommands>());
     m_groups.push_back(std::make_unique<ReportCommands>(m_monitors));
+    m_groups.push_back(std::make_unique<SystemCommands>());
 }
 
 void Workbench::execute(std::shared_ptr<Session> const& session, String const& line)

@@ -174,6 +174,27 @@ exec 3>&-
 wait $daemon || fail "network: status $?"
 expect network "^host     'me@::1'$" "^path     'a/b'$" "^together 'http://me@\[::1\]:80/a/b'$" '^No Protocol specified in URI'
 
+# programs, and what is known of time, memory and the library itself
+"$@" <"$dir/in" >"$dir/out" 2>&1 &
+daemon=$!
+exec 3>"$dir/in"
+printf 'run sh -c "echo to here; echo and there >&2; exit 3"\nrun no-such-program\nrun sleep 600\nrun sleep 601\n' >&3
+await '^\[1\] has ended with status 3$'
+await '^\[2\] has failed: CANNOT EXECUTE PROGRAM'
+tries=0
+until grep -q '^\[3\] was ended by signal 15$' "$dir/out"; do
+    tries=$((tries + 1))
+    [ $tries -lt 100 ] || { fail "the program can't be ended"; break; }
+    printf 'runs\nkill 3 TERM\n' >&3
+    sleep 0.2
+done
+printf 'kill 9 TERM\nkill 4 NO\nselftest Hash\nselftest nothing\nmemory\nmemory 0\ndate\nschedule 2031-2-1 0:30\nschedule *-13-1 1:00\nschedule now\n' >&3
+exec 3>&-
+wait $daemon || fail "programs: status $?"
+expect programs '^\[1\] to here$' '^\[1\] and there$' '^\[3\] sleep 600$' '^no program 9' '^kill: it takes' '^\[4\] was ended by signal 9$' \
+    '^PASSED - 0.[0-9]* - Hash.md5$' '^there is no test nothing$' '^process  resident [1-9]' '^memory: PID is' '^UTC    [A-Z][a-z]* ' \
+    '^Saturday February 01 2031 00:30:00$' '^Invalid date specification' '^schedule: it takes'
+
 # the console over TCP: many clients at once, each with its own answers; standard input has ended meanwhile
 if command -v nc >/dev/null; then
     "$@" --console 0 </dev/null >"$dir/out" 2>&1 &
@@ -204,7 +225,7 @@ if command -v nc >/dev/null; then
     wait $daemon || fail "console: status $?"
     exec 3>&-
     wait $client
-    grep -q '^link 1 is connecting' "$dir/client" || fail "the client doesn't see the link"
+    grep -q 'link 1 is connecting' "$dir/client" || fail "the client doesn't see the link"
     grep -q '^gatewayd ends: Terminated' "$dir/client" || fail "the client doesn't see the end"
 fi
 "$@" --console 70000 </dev/null >"$dir/out" 2>&1

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "zekovar/zekovar.h"
+
+/// The shell server as a child of the daemon, with which it ends. Where another daemon's server answers already, that one is used.
+class CommandServer : public ZK::Shell::Server
+{
+public:
+    /// Ends the server process and waits for that.
+    ~CommandServer() override;
+
+    /// To be called while the process has one thread. Returns when the server answers; a failure leaves none behind.
+    XCode start() override;
+
+    XCode runChild() override;
+
+private:
+    void end();
+
+    pid_t m_daemon = 0;
+};
