@@ -32,5 +32,4 @@ private:
     ZKEventSync& m_stop;
     bool m_isLocked;
 };
-
 }

@@ -59,6 +59,7 @@ XCode TcpSocket::listenOnly(int backlog)
     XCode code = IpSocket::listenOnly(backlog);
     if (code.isErr())
         return code;
+    dropHooks(); // of listening with another backlog
     Function<void()> const acceptAll = bindArgs(&TcpSocket::onReadyForReadingAfterListen, this);
     m_acceptRetry = std::make_unique<Detail::AcceptRetry>(getEventLoop(), acceptAll);
     m_listenHook = onReadReady.connect(acceptAll);

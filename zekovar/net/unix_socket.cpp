@@ -117,6 +117,7 @@ XCode UnixSocket::listenOnly(int backlog)
     XCode code = Socket::listenOnly(backlog);
     if (code.isErr())
         return code;
+    dropHook(); // of listening with another backlog
     Function<void()> const acceptAll = bindArgs(&UnixSocket::onReadyForReadingAfterListen, this);
     m_acceptRetry = std::make_unique<Detail::AcceptRetry>(getEventLoop(), acceptAll);
     m_listenHook = onReadReady.connect(acceptAll);
