@@ -127,6 +127,7 @@
 #include "zekovar/net/udp_socket.h"
 #include "zekovar/net/unix_socket.h"
 #include "zekovar/net/uri.h"
+#include "zekovar/net/xfer.h"
 
 #include "zekovar/process/connection_process.h"
 #include "zekovar/process/exec_job.h"
