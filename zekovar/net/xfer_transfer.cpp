@@ -148,7 +148,7 @@ bool Xfer::setMethod(Method method, std::string_view body)
 {
     auto const setPost = [&](char const* name)
     {
-        // Without fields libcurl would post what it reads from stdin.
+        // Null would have libcurl post what it reads from stdin.
         char const* const fields = body.empty() ? "" : body.data();
         return set(m_curl, CURLOPT_POST, 1L) && set(m_curl, CURLOPT_CUSTOMREQUEST, name) &&
                set(m_curl, CURLOPT_POSTFIELDS, fields) &&
