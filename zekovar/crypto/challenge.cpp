@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <fcntl.h>
 
+using ZK::Detail::withText;
+
 namespace
 {
 char const PREFIX_FILE[] = "/tmp/challengePrefix";
@@ -20,13 +22,6 @@ char const PUBLIC_EXPONENT_FILE[] = "/tmp/rsaContextPublic";
 // What may be read, so that no file, however large, costs memory or time without end: bytes.
 constexpr unsigned int MAX_PREFIX = 65536;
 constexpr unsigned int MAX_KEY = 1024;
-
-XCode withText(XCode code, char const* text)
-{
-    if (code.isErr())
-        code.setString(text);
-    return code;
-}
 
 XCode writePrefix(String const& prefix)
 {

@@ -23,6 +23,22 @@ inline XCode codeOfResult(int result)
     return XCode(XCODE_ERRNO | (static_cast<unsigned int>(errno) & 0xFFFFFF));
 }
 
+/// A failure gets `text`, in place of one that it may have.
+inline XCode withText(XCode code, char const* text)
+{
+    if (code.isErr())
+        code.setString(text);
+    return code;
+}
+
+/// A failure gets `context` in front of its text.
+inline XCode withContext(XCode code, char const* context)
+{
+    if (code.isErr())
+        code.extendString(context, ": ");
+    return code;
+}
+
 /// The text that was attached to `code`, and not what its value tells of itself.
 inline String attachedText(XCode code)
 {

@@ -5,11 +5,14 @@
 #include "zekovar/process/fork_and_exec.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <linux/sockios.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <unistd.h>
 
 using ZK::Detail::codeOfResult;
+using ZK::Detail::withText;
 
 namespace ZK::Shell
 {
@@ -18,24 +21,39 @@ namespace
 constexpr unsigned int BLOCK_SIZE = 1023;
 constexpr int UNREAD_POLL_MILLISECONDS = 1;
 
+void closeFd(int& fd)
+{
+    if (fd >= 0)
+        ::close(fd);
+    fd = -1;
+}
+
+/// `call` once more after each interruption; what it returns then.
+template <class Call>
+ssize_t uninterrupted(Call call)
+{
+    ssize_t result = 0;
+    do
+    {
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
 /// Passes a block of standard error on to the client, which may have closed its end. `ended` tells that there is no more.
-XCode relayBlock(ZKFile const& source, ZKFile const& relay, bool& ended)
+XCode relayBlock(int source, int relay, bool& ended)
 {
     char block[BLOCK_SIZE];
-    unsigned int count = 0;
-    XCode code = source.readOnce(block, sizeof block, count, true);
-    if (code.isErr())
-        code.setString("CANNOT READ FROM STDERR");
-    ended = code.isSuccess() && count == 0;
+    ssize_t const count = uninterrupted([&] { return ::read(source, block, sizeof block); });
+    ended = count == 0;
     if (count > 0)
-        relay.writeOnce(block, count, count, true);
-    return code;
+        uninterrupted([&] { return ::write(relay, block, static_cast<std::size_t>(count)); });
+    return count < 0 ? withText(codeOfResult(-1), "CANNOT READ FROM STDERR") : XCode();
 }
 }
 
-Server::ConnectionProcess::ConnectionProcess(int fd, sockaddr_un& address) : Socket(IO::PLACE()), m_address(address)
+Server::ConnectionProcess::ConnectionProcess(int fd, sockaddr_un& address) : Socket(IO::PLACE(), fd), m_address(address)
 {
-    file().setFd(fd);
 }
 
 XCode Server::ConnectionProcess::process()
@@ -69,7 +87,7 @@ XCode Server::ConnectionProcess::receive(MsgBuffer& message, MsgType wanted)
 XCode Server::ConnectionProcess::processExecute(MsgExecute const& msg)
 {
     ForkAndExec program;
-    ZKFile relay;
+    int relay = -1;
     XCode code = startProgram(msg, program, relay);
     if (code)
     {
@@ -79,10 +97,11 @@ XCode Server::ConnectionProcess::processExecute(MsgExecute const& msg)
     else
         sendNak(code);
     program.closeAll();
+    closeFd(relay);
     return code;
 }
 
-XCode Server::ConnectionProcess::startProgram(MsgExecute const& msg, ForkAndExec& program, ZKFile& relay)
+XCode Server::ConnectionProcess::startProgram(MsgExecute const& msg, ForkAndExec& program, int& relay)
 {
     ZKVector<String> arguments, environment;
     XCode code = readExecute(msg.header, arguments, environment);
@@ -90,31 +109,28 @@ XCode Server::ConnectionProcess::startProgram(MsgExecute const& msg, ForkAndExec
         code = program.forkAndExec(arguments, environment);
     if (code.isErr())
         return code;
-    ZKFile clientEnd;
-    code = ZKFile::CREATE_PIPE(clientEnd, relay, true);
+    int ends[2];
+    code = codeOfResult(::pipe2(ends, O_CLOEXEC));
     if (code.isErr())
-    {
-        code.setString("COULD NOT CREATE STDERR PIPE");
-        return code;
-    }
-    int fds[MAX_DESCRIPTORS] = {program.getMaster(), program.getMaster(), clientEnd.getFd()};
-    return sendAck(MAX_DESCRIPTORS, fds);
+        return withText(code, "COULD NOT CREATE STDERR PIPE");
+    int fds[MAX_DESCRIPTORS] = {program.getMaster(), program.getMaster(), ends[0]};
+    code = sendAck(MAX_DESCRIPTORS, fds);
+    ::close(ends[0]); // the client has its own
+    relay = ends[1];
+    return code;
 }
 
-XCode Server::ConnectionProcess::attendProgram(ForkAndExec& program, ZKFile& relay)
+XCode Server::ConnectionProcess::attendProgram(ForkAndExec& program, int& relay)
 {
-    ZKFile const source(program.getStderrRead(), false, false);
+    int const source = program.getStderrRead();
     for (;;)
     {
-        pollfd sources[] = {{source.getFd(), POLLIN, 0}, {file().getFd(), POLLIN, 0}};
+        pollfd sources[] = {{source, POLLIN, 0}, {file().getFd(), POLLIN, 0}};
         XCode code = codeOfResult(::poll(sources, 2, -1));
         if (code == ZK::Detail::codeOfErrno(EINTR))
             continue;
         if (code.isErr())
-        {
-            code.setString("SELECT FAILED");
-            return code;
-        }
+            return withText(code, "SELECT FAILED");
         bool ended = false;
         if (sources[0].revents != 0)
             code = relayBlock(source, relay, ended);
@@ -122,7 +138,7 @@ XCode Server::ConnectionProcess::attendProgram(ForkAndExec& program, ZKFile& rel
             code = processSignal(program);
         if (ended)
         {
-            relay.close();
+            closeFd(relay);
             return program.waitForTermination();
         }
         if (code.isErr())
@@ -152,6 +168,7 @@ XCode Server::ConnectionProcess::sendAck(unsigned int fdCount, int* fds)
 {
     MsgHdr const message = makeAck();
     waitUntilTaken();
+    m_isLastSeparate = fdCount > 0;
     return send(&message, fdCount, fds);
 }
 
@@ -160,15 +177,17 @@ XCode Server::ConnectionProcess::sendMsgXCode(MsgType type, XCode const& code)
     MsgBuffer message;
     buildXCode(message, type, code);
     waitUntilTaken();
+    m_isLastSeparate = false;
     return send(message.header(), 0, nullptr);
 }
 
-/// Waits until the client has taken the last answer or is gone: it couldn't tell two that come together apart.
+/// Waits until the client has taken the last answer or is gone: it couldn't tell two that come together apart. Only
+/// descriptors keep what is sent behind them out of the same read.
 void Server::ConnectionProcess::waitUntilTaken()
 {
     int const fd = file().getFd();
     int unread = 0; // bytes, as the kernel counts them
-    while (::ioctl(fd, SIOCOUTQ, &unread) == 0 && unread > 0)
+    while (!m_isLastSeparate && ::ioctl(fd, SIOCOUTQ, &unread) == 0 && unread > 0)
     {
         pollfd client = {fd, 0, 0};
         if (::poll(&client, 1, UNREAD_POLL_MILLISECONDS) > 0)

@@ -37,11 +37,12 @@ public:
 
 private:
     XCode receive(MsgBuffer& message, MsgType wanted);
-    XCode startProgram(MsgExecute const& msg, ForkAndExec& program, ZKFile& relay);
-    XCode attendProgram(ForkAndExec& program, ZKFile& relay);
+    XCode startProgram(MsgExecute const& msg, ForkAndExec& program, int& relay);
+    XCode attendProgram(ForkAndExec& program, int& relay);
     XCode processSignal(ForkAndExec& program);
     void waitUntilTaken();
 
-    sockaddr_un m_address; // the client's
+    sockaddr_un m_address;        // the client's
+    bool m_isLastSeparate = true; // whether the next answer can't come together with the last one
 };
 }

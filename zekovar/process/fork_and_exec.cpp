@@ -15,6 +15,8 @@
 
 using ZK::Detail::codeOfErrno;
 using ZK::Detail::codeOfResult;
+using ZK::Detail::withContext;
+using ZK::Detail::withText;
 
 namespace ZK::Shell
 {
@@ -23,29 +25,16 @@ namespace
 constexpr int START_FAILED = 255; // exit status of a child that didn't become the program
 constexpr unsigned int XC_SIZE = 1024;
 
-XCode codeOfCall(int result, char const* context)
-{
-    XCode code = codeOfResult(result);
-    if (code.isErr())
-        code.extendString(context, ": ");
-    return code;
-}
-
-XCode cannotExecute()
-{
-    XCode code(XCODE_FAILURE);
-    code.setString("CANNOT EXECUTE PROGRAM");
-    return code;
-}
+constexpr char const* CANNOT_EXECUTE = "CANNOT EXECUTE PROGRAM";
 
 /// Both ends are close-on-exec.
 XCode openPipe(int& readEnd, int& writeEnd, char const* context)
 {
     int ends[2] = {-1, -1};
-    XCode const code = codeOfCall(::pipe2(ends, O_CLOEXEC), context);
+    XCode const code = codeOfResult(::pipe2(ends, O_CLOEXEC));
     readEnd = ends[0];
     writeEnd = ends[1];
-    return code;
+    return withContext(code, context);
 }
 
 void closeEnd(int& fd)
@@ -69,39 +58,19 @@ ZKVector<char*> pointersTo(ZKVector<String> const& texts)
 XCode makeTerminalTransparent(int terminal)
 {
     termios attributes;
-    XCode const code = codeOfCall(::tcgetattr(terminal, &attributes), "CANNOT GET TERMINAL ATTRIBUTES");
+    XCode const code = codeOfResult(::tcgetattr(terminal, &attributes));
     if (code.isErr())
-        return code;
+        return withContext(code, "CANNOT GET TERMINAL ATTRIBUTES");
     attributes.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHOK | ECHONL);
     attributes.c_oflag &= ~static_cast<tcflag_t>(ONLCR);
-    return codeOfCall(::tcsetattr(terminal, TCSANOW, &attributes), "CANNOT SET TERMINAL ATTRIBUTES");
-}
-
-/// As `forkpty`, but the terminal echoes at no time: a client may write before the child has run.
-int forkOnTerminal(int& master)
-{
-    int slave = -1;
-    if (::openpty(&master, &slave, nullptr, nullptr, nullptr) < 0)
-        return -1;
-    ::fcntl(master, F_SETFD, FD_CLOEXEC);
-    makeTerminalTransparent(slave); // the child tells of a failure
-    int const pid = ::fork();
-    if (pid != 0)
-        ::close(slave);
-    else if (::login_tty(slave) < 0)
-        ::_exit(1);
-    return pid;
+    return withContext(codeOfResult(::tcsetattr(terminal, TCSANOW, &attributes)), "CANNOT SET TERMINAL ATTRIBUTES");
 }
 }
 
 XCode ForkAndExec::forkAndExec(ZKVector<String> const& args, ZKVector<String> const& env)
 {
     if (args.isEmpty())
-    {
-        XCode code(XCODE_FAILURE);
-        code.setString("NO PROGRAM SPECIFIED");
-        return code;
-    }
+        return withText(XCODE_FAILURE, "NO PROGRAM SPECIFIED");
     ZKVector<char*> argv = pointersTo(args);
     ZKVector<char*> envp = pointersTo(env);
     if (argv.size() <= args.size() || envp.size() <= env.size())
@@ -124,35 +93,42 @@ XCode ForkAndExec::openPipes()
     return code;
 }
 
+/// What `forkpty` does, but the terminal never echoes, not even to a client that writes before the child has run; and the
+/// child borrows this process's memory until it is the program, which is waited for, instead of copying it.
 XCode ForkAndExec::forkChild(char** argv, char** envp)
 {
-    m_pid = forkOnTerminal(m_master);
+    constexpr char const* context = "FORK FAILED";
+    int slave = -1;
+    XCode const code = codeOfResult(::openpty(&m_master, &slave, nullptr, nullptr, nullptr));
+    if (code.isErr())
+        return withContext(code, context);
+    ::fcntl(m_master, F_SETFD, FD_CLOEXEC);
+    makeTerminalTransparent(slave); // the child meets the same failure, and tells of it
+    m_pid = ::vfork();
     if (m_pid == 0)
     {
-        writeToXcPipe(runChild(argv, envp));
+        if (::login_tty(slave) == 0)
+            writeToXcPipe(runChild(argv, envp));
         ::_exit(START_FAILED);
     }
-    return codeOfCall(m_pid, "FORK FAILED");
+    ::close(slave);
+    return withContext(codeOfResult(m_pid), context);
 }
 
 XCode ForkAndExec::runChild(char** argv, char** envp)
 {
-    XCode code = makeTerminalTransparent(STDIN_FILENO);
+    XCode const code = makeTerminalTransparent(STDIN_FILENO);
     if (code.isErr())
         return code;
     ::dup2(m_stderrWrite, STDERR_FILENO);
-    closeEnd(m_stderrRead);
-    closeEnd(m_xcRead);
+    ::close(m_stderrRead); // the members are the parent's
+    ::close(m_xcRead);
     ::fcntl(m_xcWrite, F_SETFD, 0); // stays open in the program
-    std::signal(SIGPIPE, SIG_DFL);  // an ignored signal would stay ignored
+    std::signal(SIGPIPE, SIG_DFL);  // what is ignored stays so in the program
     int const result = envp[0] != nullptr ? ::execvpe(argv[0], argv, envp) : ::execvp(argv[0], argv);
-    code = codeOfCall(result, "CANNOT EXECUTE PROGRAM");
-    if (code)
-    {
-        code = XCODE_FAILURE;
-        code.setString("EXECUTED PROGRAM HAS NO EXIT POINT");
-    }
-    return code;
+    if (result >= 0)
+        return withText(XCODE_FAILURE, "EXECUTED PROGRAM HAS NO EXIT POINT");
+    return withContext(codeOfResult(result), CANNOT_EXECUTE);
 }
 
 XCode ForkAndExec::kill(int signal)
@@ -172,11 +148,7 @@ XCode ForkAndExec::waitForTermination()
             break;
     }
     if (result < 0)
-    {
-        XCode code = codeOfResult(result);
-        code.setString("CANNOT WAIT FOR PROGRAM TERMINATION");
-        return code;
-    }
+        return withText(codeOfResult(result), "CANNOT WAIT FOR PROGRAM TERMINATION");
 
     XCode code;
     if (WIFSIGNALED(status))
@@ -213,13 +185,13 @@ XCode ForkAndExec::readFromXcPipe()
         else if (count == 0 || errno == EAGAIN)
             break;
         else if (errno != EINTR)
-            return cannotExecute();
+            return withText(XCODE_FAILURE, CANNOT_EXECUTE);
     }
 
     unsigned int value = 0;
     char text[XC_SIZE] = {};
     if (std::sscanf(told, "%u|%1023c", &value, text) < 2)
-        return cannotExecute();
+        return withText(XCODE_FAILURE, CANNOT_EXECUTE);
     XCode result(value);
     result.setString(text);
     return result;
@@ -228,8 +200,8 @@ XCode ForkAndExec::readFromXcPipe()
 XCode ForkAndExec::checkProgramAccessibility(String const& path)
 {
     struct stat info;
-    return codeOfCall(::stat(path.c_str(), &info),
-                      String::stringOfFormat("CANNOT ACCESS PROGRAM: %s", path.c_str()).c_str());
+    return withContext(codeOfResult(::stat(path.c_str(), &info)),
+                       String::stringOfFormat("CANNOT ACCESS PROGRAM: %s", path.c_str()).c_str());
 }
 
 void ForkAndExec::closeAll()

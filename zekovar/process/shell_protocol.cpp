@@ -6,22 +6,17 @@
 #include <cstring>
 #include <utility>
 
+using ZK::Detail::withText;
+
 namespace ZK::Shell
 {
 namespace
 {
 constexpr unsigned int MAX_STRINGS = 255;
 
-XCode failure(char const* text)
-{
-    XCode code(XCODE_FAILURE);
-    code.setString(text);
-    return code;
-}
-
 XCode malformed()
 {
-    return failure("MALFORMED MESSAGE RECEIVED");
+    return withText(XCODE_FAILURE, "MALFORMED MESSAGE RECEIVED");
 }
 
 /// Puts texts into a message from `offset` on, for as long as they fit.
@@ -97,7 +92,7 @@ private:
 XCode buildExecute(MsgBuffer& message, ZKVector<String> const& arguments, ZKStringHashTable<String> const& environment)
 {
     if (arguments.size() > MAX_STRINGS || environment.size() > MAX_STRINGS)
-        return failure("TOO MANY STRINGS FOR A COMMAND");
+        return withText(XCODE_FAILURE, "TOO MANY STRINGS FOR A COMMAND");
     Writer writer(message, sizeof(MsgExecute));
     for (String const& argument : arguments)
         writer.put(argument, '\0');
@@ -107,9 +102,9 @@ XCode buildExecute(MsgBuffer& message, ZKVector<String> const& arguments, ZKStri
         writer.put(entry.value(), '\0');
     }
     if (!writer.fits())
-        return failure("COMMAND TOO LONG");
+        return withText(XCODE_FAILURE, "COMMAND TOO LONG");
     if (!writer.isWhole())
-        return failure("COMMAND WITH ZERO BYTES");
+        return withText(XCODE_FAILURE, "COMMAND WITH ZERO BYTES");
     MsgExecute const fixed = {{static_cast<uint16_t>(writer.end()), MsgType::EXECUTE, 0},
                               static_cast<uint8_t>(arguments.size()),
                               static_cast<uint8_t>(environment.size()),

@@ -12,6 +12,8 @@
 #include <unistd.h>
 
 using ZK::Detail::codeOfResult;
+using ZK::Detail::withContext;
+using ZK::Detail::withText;
 
 namespace ZK::Shell
 {
@@ -29,13 +31,15 @@ void resetSignals()
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// A terminal is put on 0 to 2, so none of these may be free for a pipe. All others are kept from programs.
+/// The caller's standard streams are let go: whoever waits for their end waits for the caller alone. None of the three
+/// numbers may be free, though, because programs get their terminal there. All other descriptors are kept from programs.
 void settleDescriptors()
 {
-    int fd = 0;
-    while (fd >= 0 && fd <= STDERR_FILENO)
-        fd = ::open("/dev/null", O_RDWR);
-    ::close(fd);
+    int const null = ::open("/dev/null", O_RDWR);
+    for (int fd = STDIN_FILENO; null >= 0 && fd <= STDERR_FILENO; ++fd)
+        ::dup2(null, fd);
+    if (null > STDERR_FILENO)
+        ::close(null);
     ZKVector<String> names;
     ZKFile::LIST_DIRECTORY("/proc/self/fd", names, false);
     for (String const& name : names)
@@ -48,7 +52,7 @@ void settleDescriptors()
 
 // Nothing is ever connected to the file, so it needs no thread of the loop: not here, where there may be none yet, and not
 // in the server process, which has none of the caller's threads.
-Server::Server() : Socket(IO::PLACE())
+Server::Server() : Socket(IO::PLACE(), -1)
 {
 }
 
@@ -62,25 +66,18 @@ XCode Server::start()
         m_exitStatus = runChild();
         ::_exit(255);
     }
-    XCode code = codeOfResult(m_pid);
-    if (code.isErr())
-        code.extendString("FORK FAILED", ": ");
-    return code;
+    return withContext(codeOfResult(m_pid), "FORK FAILED");
 }
 
 XCode Server::runChild()
 {
     XCode code = listen(SERVER_PATH);
     if (code.isErr())
-    {
-        code.extendString("COULD NOT LISTEN TO COMMAND EXECUTION CONNECTIONS", ": ");
-        return code;
-    }
+        return withContext(code, "COULD NOT LISTEN TO COMMAND EXECUTION CONNECTIONS");
     while (code)
         code = accept();
-    code.extendString("COULD NOT ACCEPT COMMAND EXECUTION CONNECTION", ": ");
     close();
-    return code;
+    return withContext(code, "COULD NOT ACCEPT COMMAND EXECUTION CONNECTION");
 }
 
 XCode Server::listen(String const& path)
@@ -89,10 +86,7 @@ XCode Server::listen(String const& path)
     int const fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     XCode code = codeOfResult(fd);
     if (code.isErr())
-    {
-        code.setString("COULD NOT CREATE SERVER SOCKET");
-        return code;
-    }
+        return withText(code, "COULD NOT CREATE SERVER SOCKET");
     code = file().setFd(fd);
     if (code)
         code = bindAndListen(path);
@@ -120,14 +114,8 @@ XCode Server::bindAndListen(String const& path)
     length = sizeof m_address;
     code = codeOfResult(::getsockname(fd, reinterpret_cast<sockaddr*>(&m_address), &length));
     if (code.isErr())
-    {
-        code.setString("COULD NOT GET SERVER ADDRESS");
-        return code;
-    }
-    code = codeOfResult(::listen(fd, BACKLOG));
-    if (code.isErr())
-        code.setString("COULD NOT LISTEN ON SERVER SOCKET");
-    return code;
+        return withText(code, "COULD NOT GET SERVER ADDRESS");
+    return withText(codeOfResult(::listen(fd, BACKLOG)), "COULD NOT LISTEN ON SERVER SOCKET");
 }
 
 XCode Server::accept()
@@ -141,10 +129,7 @@ XCode Server::accept()
     } while (fd < 0 && (errno == EINTR || errno == ECONNABORTED));
     XCode code = codeOfResult(fd);
     if (code.isErr())
-    {
-        code.setString("COULD NOT ACCEPT CLIENT CONNECTION");
-        return code;
-    }
+        return withText(code, "COULD NOT ACCEPT CLIENT CONNECTION");
 
     int const pid = ::fork();
     code = codeOfResult(pid);
@@ -152,10 +137,7 @@ XCode Server::accept()
         serve(fd, client);
     ::close(fd);
     if (code.isErr())
-    {
-        code.setString("COULD NOT FORK");
-        return code;
-    }
+        return withText(code, "COULD NOT FORK");
     m_children.add(pid);
     reapChildren();
     return code;

@@ -24,9 +24,9 @@ public:
     /// No process and no thread yet.
     Server();
 
-    /// Forks the server process, which runs `runChild` and ends with the exit status 255. The code of `errno` if there is
-    /// none. Descriptors that are open stay open in the server process, but aren't handed on to programs, and signals have
-    /// their default actions there.
+    /// Forks the server process, which runs `runChild` and ends with the exit status 255. The code of `errno`, with a
+    /// text, if there is none. In the server process the standard streams lead to /dev/null, signals have their default
+    /// actions, and other descriptors that are open here stay so, but aren't handed on to programs.
     virtual XCode start();
 
     /// The server process's part: listens at `SERVER_PATH` and serves clients until that fails.

@@ -9,6 +9,7 @@
 
 using ZK::Detail::codeOfErrno;
 using ZK::Detail::codeOfResult;
+using ZK::Detail::withText;
 
 namespace ZK::Shell
 {
@@ -26,10 +27,9 @@ constexpr std::size_t CONTROL_SIZE = CMSG_LEN(MAX_DESCRIPTORS * sizeof(int));
 /// Whether what came is a whole message with all of its descriptors.
 XCode check(MsgHdr const& message, std::size_t count, int flags)
 {
-    XCode code;
     if (count == 0)
         return codeOfErrno(EPIPE);
-    code = XCODE_FAILURE;
+    XCode code = XCODE_FAILURE;
     if (count < sizeof(MsgHdr))
         code.setStringF("RECEIVED MESSAGE SHORTER THAN HEADER (%d < %d)", static_cast<int>(count),
                         static_cast<int>(sizeof(MsgHdr)));
@@ -56,11 +56,11 @@ unsigned int takeDescriptors(msghdr& received, int* fds)
 }
 }
 
-Socket::Socket() : Socket(IO::INSTANCE())
+Socket::Socket() : Socket(IO::INSTANCE(), -1)
 {
 }
 
-Socket::Socket(ZKEventLoop& loop) : m_file(MovePtr<ActiveFile>(new ActiveFile(loop, -1, true, false)))
+Socket::Socket(ZKEventLoop& loop, int fd) : m_file(MovePtr<ActiveFile>(new ActiveFile(loop, fd, true, false)))
 {
 }
 
@@ -88,10 +88,8 @@ XCode Socket::send(MsgHdr const* message, unsigned int fdCount, int* fds)
     {
         count = ::sendmsg(m_file->getFd(), &sent, MSG_NOSIGNAL);
     } while (count < 0 && errno == EINTR);
-    XCode code = count < 0 ? codeOfResult(-1) : testExpression(count == message->length);
-    if (code.isErr())
-        code.setString("CANNOT SEND MESSAGE TO PEER");
-    return code;
+    XCode const code = count < 0 ? codeOfResult(-1) : testExpression(count == message->length);
+    return withText(code, "CANNOT SEND MESSAGE TO PEER");
 }
 
 XCode Socket::recv(MsgHdr* message, unsigned int size, unsigned int& fdCount, int* fds)
@@ -110,11 +108,7 @@ XCode Socket::recv(MsgHdr* message, unsigned int size, unsigned int& fdCount, in
         count = ::recvmsg(m_file->getFd(), &received, MSG_CMSG_CLOEXEC);
     } while (count < 0 && errno == EINTR);
     if (count < 0)
-    {
-        XCode code = codeOfResult(-1);
-        code.setString("CANNOT RECEIVE MESSAGE FROM PEER");
-        return code;
-    }
+        return withText(codeOfResult(-1), "CANNOT RECEIVE MESSAGE FROM PEER");
 
     int taken[MAX_DESCRIPTORS];
     unsigned int const takenCount = takeDescriptors(received, taken);

@@ -43,8 +43,8 @@ public:
     virtual XCode close();
 
 protected:
-    /// A closed socket on `loop`, which isn't looked at before a slot is connected to the file.
-    explicit Socket(ZKEventLoop& loop);
+    /// Takes `fd`, or is closed for -1. `loop` isn't looked at before a slot is connected to the file.
+    Socket(ZKEventLoop& loop, int fd);
 
     ZK::ActiveFile& file() { return *m_file; }
 
