@@ -15,27 +15,30 @@
 #include <unistd.h>
 #include <vector>
 
-/// A process as the kernel shows it.
+/// A process as the kernel shows it; one that isn't there has the state '?'.
 struct ProcessInfo
 {
+    explicit ProcessInfo(int number) : pid(number)
+    {
+        std::string stat;
+        std::getline(std::ifstream("/proc/" + std::to_string(pid) + "/stat"), stat);
+        stat.erase(0, stat.rfind(')')); // the name may hold anything
+        std::sscanf(stat.c_str(), ") %c %d", &state, &parent);
+    }
+
+    bool isRunning() const { return state != '?' && state != 'Z'; }
+
     int pid;
-    int parent;
-    char state; // 'Z' for one that wasn't reaped
+    int parent = 0;
+    char state = '?'; // 'Z' if it has ended and wasn't reaped
 };
 
-/// The children of `parent`, and those of all processes for 0.
 inline std::vector<ProcessInfo> childrenOf(int parent)
 {
     std::vector<ProcessInfo> children;
-    std::error_code ignored;
-    for (auto const& entry : std::filesystem::directory_iterator("/proc", ignored))
+    for (auto const& entry : std::filesystem::directory_iterator("/proc"))
     {
-        std::string stat;
-        std::getline(std::ifstream(entry.path() / "stat"), stat);
-        ProcessInfo info = {std::atoi(stat.c_str()), 0, '?'};
-        std::size_t const name = stat.rfind(')'); // the name may hold anything
-        if (name != std::string::npos && std::sscanf(stat.c_str() + name, ") %c %d", &info.state, &info.parent) == 2 &&
-            (parent == 0 || info.parent == parent))
+        if (ProcessInfo const info(std::atoi(entry.path().filename().c_str())); info.parent == parent)
             children.push_back(info);
     }
     return children;
@@ -69,31 +72,23 @@ public:
         ::unlink(ZK::Shell::SERVER_PATH);
     }
 
-    RunningServer(RunningServer const&) = delete;
-    RunningServer& operator=(RunningServer const&) = delete;
-
     int pid() const { return m_server.getPid(); }
 
 private:
-    /// Ends with the process that started it and tells when it can be connected to.
+    /// Ends with the process that started it, and tells when it can be connected to.
     class TestServer : public ZK::Shell::Server
     {
     public:
         TestServer() { EXPECT_TRUE(ZKFile::CREATE_PIPE(m_waiting, m_ready, true)); }
 
-        XCode runChild() override
-        {
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            m_waiting.close();
-            return Server::runChild();
-        }
-
         XCode listen(String const& path) override
         {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
             XCode const code = Server::listen(path);
             if (code)
                 m_ready.write("!", true);
             m_ready.close();
+            m_waiting.close();
             return code;
         }
 

@@ -1,64 +1,24 @@
 #pragma once
 
-#include "zekovar/process/shell_protocol.h"
+#include "zekovar/events/standard_loops.h"
+#include "zekovar/process/shell_socket.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <initializer_list>
-#include <poll.h>
 #include <string>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
-/// A descriptor that closes itself.
-class Fd
+/// What is read up to the end, or up to the hangup of a terminal.
+inline std::string readAll(ZKFile const& file)
 {
-public:
-    explicit Fd(int fd = -1) : m_fd(fd) {}
-
-    Fd(Fd&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
-
-    Fd& operator=(Fd&& other) noexcept
-    {
-        std::swap(m_fd, other.m_fd);
-        return *this;
-    }
-
-    ~Fd()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-
-    operator int() const { return m_fd; }
-
-    void close() { *this = Fd(); }
-
-private:
-    int m_fd;
-};
-
-/// What is read up to the end, or up to the hangup of a terminal. Nothing more is waited for longer than a minute.
-inline std::string readAll(int fd)
-{
-    std::string all;
-    char block[512];
-    ssize_t count = 0;
-    do
-    {
-        pollfd readable = {fd, POLLIN, 0};
-        EXPECT_EQ(::poll(&readable, 1, 60000), 1) << "no end of " << all;
-        count = readable.revents != 0 ? ::read(fd, block, sizeof block) : 0;
-        all.append(block, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    } while (count > 0);
-    return all;
+    String text;
+    bool eof = false;
+    file.read(text, eof, true);
+    return text.c_str();
 }
 
 /// The bytes of a number as they go over the socket.
@@ -68,29 +28,45 @@ std::string raw(T number)
     return std::string(reinterpret_cast<char const*>(&number), sizeof number);
 }
 
+/// A message of any type with its true length.
+inline std::string message(int type, std::string const& body)
+{
+    return raw(static_cast<uint16_t>(4 + body.size())) + static_cast<char>(type) + '\0' + body;
+}
+
+inline std::string signalMessage(int number)
+{
+    return message(1, raw(static_cast<int32_t>(number)));
+}
+
+inline std::string commandMessage(std::vector<std::string> const& arguments,
+                                  std::vector<std::string> const& environment = {})
+{
+    std::string body = {static_cast<char>(arguments.size()), static_cast<char>(environment.size()), '\0', '\0'};
+    for (auto const& list : {arguments, environment})
+        for (std::string const& text : list)
+            body += text + '\0';
+    return message(0, body);
+}
+
 /// Sends bytes and copies of at most 8 descriptors in one piece.
 inline void sendBytes(int socket, std::string const& bytes, std::vector<int> const& fds)
 {
     iovec part = {const_cast<char*>(bytes.data()), bytes.size()};
     alignas(cmsghdr) char control[CMSG_SPACE(8 * sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    if (!fds.empty())
+    msghdr sent = {nullptr, 0, &part, 1, control, fds.empty() ? 0 : CMSG_SPACE(fds.size() * sizeof(int)), 0};
+    if (cmsghdr* const header = CMSG_FIRSTHDR(&sent))
     {
-        message.msg_control = control;
-        message.msg_controllen = CMSG_SPACE(fds.size() * sizeof(int));
-        cmsghdr* const header = CMSG_FIRSTHDR(&message);
         header->cmsg_level = SOL_SOCKET;
         header->cmsg_type = SCM_RIGHTS;
         header->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
         std::memcpy(CMSG_DATA(header), fds.data(), fds.size() * sizeof(int));
     }
-    EXPECT_EQ(::sendmsg(socket, &message, MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
+    EXPECT_EQ(::sendmsg(socket, &sent, MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
 }
 
-/// A client of the shell server that knows its messages byte by byte. Nothing that it waits for takes over a minute.
-class WireClient
+/// A client of the shell server that knows the messages byte by byte.
+class WireClient : public ZK::Shell::Socket
 {
 public:
     struct Answer
@@ -98,86 +74,39 @@ public:
         int type = -1; // -1 once the server has closed
         unsigned int value = 0;
         std::string text;
-        std::vector<Fd> fds;
+        std::vector<ZKFile> fds;
     };
 
-    WireClient() : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    WireClient() : Socket(IO::PLACE(), ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
-        timeval const limit = {60, 0};
-        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
         sockaddr_un address = {AF_UNIX, "/tmp/shellexec.sck"};
-        m_connected = ::connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        m_isConnected = ::connect(file().getFd(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
     }
 
-    bool isConnected() const { return m_connected; }
+    bool isConnected() const { return m_isConnected; }
 
-    void send(std::string const& bytes, std::vector<int> const& fds = {}) { sendBytes(m_socket, bytes, fds); }
-
-    /// A message of any type, with its true length.
-    static std::string message(int type, std::string const& body)
-    {
-        return raw(static_cast<uint16_t>(4 + body.size())) + static_cast<char>(type) + '\0' + body;
-    }
-
-    static std::string command(std::vector<std::string> const& arguments,
-                               std::vector<std::string> const& environment = {})
-    {
-        std::string body = {static_cast<char>(arguments.size()), static_cast<char>(environment.size()), '\0', '\0'};
-        for (auto const& list : {arguments, environment})
-            for (std::string const& text : list)
-                body += text + '\0';
-        return message(0, body);
-    }
-
-    /// A command for /bin/sh.
-    static std::string script(std::string const& text, std::vector<std::string> const& environment = {})
-    {
-        return command({"/bin/sh", "-c", text}, environment);
-    }
-
-    static std::string signal(int number) { return message(1, raw(static_cast<int32_t>(number))); }
+    void send(std::string const& bytes, std::vector<int> const& fds = {}) { sendBytes(file().getFd(), bytes, fds); }
 
     Answer receive()
     {
-        alignas(8) char bytes[4096] = {};
-        alignas(cmsghdr) char control[CMSG_SPACE(8 * sizeof(int))];
-        iovec part = {bytes, sizeof bytes};
-        msghdr message = {};
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        message.msg_control = control;
-        message.msg_controllen = sizeof control;
-        ssize_t const count = ::recvmsg(m_socket, &message, MSG_CMSG_CLOEXEC);
+        ZK::Shell::MsgBuffer buffer;
+        char const* const bytes = reinterpret_cast<char const*>(buffer.bytes);
+        int fds[3];
+        unsigned int fdCount = 0;
         Answer answer;
-        if (cmsghdr const* const header = count > 0 ? CMSG_FIRSTHDR(&message) : nullptr)
-        {
-            int fds[8];
-            std::size_t const size = header->cmsg_len - CMSG_LEN(0);
-            std::memcpy(fds, CMSG_DATA(header), size);
-            for (std::size_t i = 0; i < size / sizeof(int); ++i)
-                answer.fds.emplace_back(fds[i]);
-        }
-        if (count <= 0)
-        {
-            EXPECT_TRUE(count == 0 || errno == ECONNRESET) << "no answer in time";
+        if (!recv(buffer.header(), sizeof buffer.bytes, fdCount, fds))
             return answer;
-        }
-        uint16_t length = 0;
-        std::memcpy(&length, bytes, sizeof length);
-        EXPECT_EQ(count, length);
+        for (unsigned int i = 0; i < fdCount; ++i)
+            answer.fds.emplace_back(fds[i], true, false);
         answer.type = bytes[2];
-        if (count > 12)
+        if (buffer.header()->length > 12)
         {
             std::memcpy(&answer.value, bytes + 8, 4);
-            answer.text.assign(bytes + 12, static_cast<std::size_t>(count) - 13);
+            answer.text = bytes + 12;
         }
         return answer;
     }
 
-    /// The connection, for a client that hangs up.
-    Fd& socket() { return m_socket; }
-
 private:
-    Fd m_socket;
-    bool m_connected = false;
+    bool m_isConnected;
 };
