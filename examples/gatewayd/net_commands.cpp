@@ -3,16 +3,32 @@
 namespace
 {
 constexpr std::size_t MAX_LOOKUPS = 16;
+constexpr int MAX_SHOWN = 4096; // bytes
+
+/// A reply as an operator can read it.
+String textOf(TString<char> const& reply)
+{
+    String text;
+    for (int i = 0; i < reply.length() && i < MAX_SHOWN; ++i)
+    {
+        bool const isShown = reply[i] == '\n' || reply[i] == '\t' || static_cast<unsigned char>(reply[i]) >= ' ';
+        text += isShown ? reply[i] : '.';
+    }
+    return text;
+}
 }
 
-NetCommands::NetCommands()
+NetCommands::NetCommands() : m_transfers("Transfer")
 {
     add("resolve", "NAME", "shows the addresses of a host", &NetCommands::resolve);
     add("parse-uri", "URI", "shows the parts of a URI, and their text put together again", &NetCommands::parseUri);
+    add("fetch", "URL", "shows what a web server sends", &NetCommands::fetch);
+    add("upload", "FILE URL", "posts a file to a web server, as a form does", &NetCommands::upload);
 }
 
 void NetCommands::end()
 {
+    m_transfers.join();
     for (Lookup& lookup : m_lookups)
     {
         lookup.thread.join();
@@ -82,4 +98,53 @@ void NetCommands::parseUri(Call const& call, String const& arguments)
     call.write(String(String::Formatted(), "protocol '%s'\nhost     '%s'\nport     %u\npath     '%s'\ntogether '%s'\n",
                       protocol.c_str(), host.c_str(), port, path.c_str(),
                       UriUtil::buildUri(protocol, host, port, path).c_str()));
+}
+
+void NetCommands::fetch(Call const& call, String const& arguments)
+{
+    if (arguments.isEmpty())
+    {
+        refuse(call, "it takes a URL");
+        return;
+    }
+    transfer(call,
+             [call, url = arguments]
+             {
+                 ZK::Xfer server;
+                 TString<char> reply;
+                 if (XCode const code = server.getBinary(reply, url, ""); code.isErr())
+                 {
+                     call.say(code.toString());
+                     return;
+                 }
+                 call.say(textOf(reply));
+                 call.say(String(String::Formatted(), "%d bytes", reply.length()));
+             });
+}
+
+void NetCommands::upload(Call const& call, String const& arguments)
+{
+    String url = arguments;
+    String const file = CommandLine::takeWord(url);
+    if (url.isEmpty())
+    {
+        refuse(call, "it takes a file and a URL");
+        return;
+    }
+    transfer(call,
+             [call, file, url]
+             {
+                 ZK::Xfer server;
+                 XCode const code = server.uploadFile(url, file);
+                 call.say(code.isErr() ? code.toString() : String(String::Formatted(), "%s is there", file.c_str()));
+             });
+}
+
+/// A transfer waits for the other side, so it has a thread of its own.
+void NetCommands::transfer(Call const& call, std::function<void()> const& task)
+{
+    if (m_transfers.run(task).isErr())
+    {
+        call.say("too many transfers are under way");
+    }
 }

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "command_group.h"
+#include "task_thread.h"
 
 #include <atomic>
 #include <list>
 
-/// Names of hosts and texts of the network.
+/// Names of hosts, URIs and HTTP.
 class NetCommands : public CommandGroup
 {
 public:
@@ -16,6 +17,9 @@ public:
 private:
     void resolve(Call const& call, String const& arguments);
     void parseUri(Call const& call, String const& arguments);
+    void fetch(Call const& call, String const& arguments);
+    void upload(Call const& call, String const& arguments);
+    void transfer(Call const& call, std::function<void()> const& task);
 
     /// One for each name.
     struct Lookup
@@ -30,5 +34,6 @@ private:
         ZK::DnsLookupThread thread;
     };
 
+    TaskThreads m_transfers;
     std::list<Lookup> m_lookups; // those under way, and others that no later look-up has cleared away
 };

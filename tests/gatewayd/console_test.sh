@@ -174,6 +174,27 @@ exec 3>&-
 wait $daemon || fail "network: status $?"
 expect network "^host     'me@::1'$" "^path     'a/b'$" "^together 'http://me@\[::1\]:80/a/b'$" '^No Protocol specified in URI'
 
+# HTTP: against a server program where there is one
+printf 'fetch http://127.0.0.1:1/\nfetch\nupload /none http://127.0.0.1:1/\n' | "$@" >"$dir/out" 2>&1 || fail "http: status $?"
+expect http '^fetch: it takes a URL'
+if grep -q 'BUILT WITHOUT LIBCURL' "$dir/out"; then
+    echo "gatewayd: this library can't transfer files"
+elif command -v python3 >/dev/null; then
+    expect http '^Failed to connect to 127.0.0.1 port 1 '
+    echo 'served over HTTP' >"$dir/page"
+    python3 -u -m http.server --bind 127.0.0.1 --directory "$dir" 0 >"$dir/served" 2>&1 &
+    server=$!
+    tries=0
+    until port=$(sed -n 's/.* port \([0-9]*\) .*/\1/p' "$dir/served") && [ -n "$port" ]; do
+        tries=$((tries + 1))
+        [ $tries -lt 300 ] || break
+        sleep 0.1
+    done
+    printf 'fetch http://127.0.0.1:%s/page\nfetch http://127.0.0.1:%s/none\n' "$port" "$port" | "$@" >"$dir/out" 2>&1 || fail "fetch: status $?"
+    kill $server
+    expect fetch '^served over HTTP$' '^17 bytes$' '404'
+fi
+
 # programs, and what is known of time, memory and the library itself
 "$@" <"$dir/in" >"$dir/out" 2>&1 &
 daemon=$!
