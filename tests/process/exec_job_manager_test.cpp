@@ -46,6 +46,8 @@ private:
 class ExecJobManager : public TidyTest
 {
 protected:
+    ~ExecJobManager() override { loop.stop(); }
+
     String execute(char const* script, String const& outputFile = "")
     {
         String name;

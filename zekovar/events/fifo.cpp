@@ -18,7 +18,7 @@ XCode makeFifo(ZKFile& file)
 {
     if (!file.exists())
     {
-        XCode const code = file.createFifo(FIFO_MODE);
+        XCode code = file.createFifo(FIFO_MODE);
         if (code != ZK::Detail::codeOfErrno(EEXIST))
             return code;
     }

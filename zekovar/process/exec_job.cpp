@@ -173,7 +173,7 @@ XCode _ZKExecJob::runThread()
         if (handler == nullptr)
             return XCODE_FAILURE;
         supervisor.startExecuteJob(this, run);
-        XCode const code = executeStored();
+        XCode code = executeStored();
         bool keepGoing = false;
         supervisor.endExecuteJob(this, run, isStopped(), code, keepGoing);
         handler->terminated(this, "\n", code);

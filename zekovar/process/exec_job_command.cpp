@@ -63,11 +63,12 @@ constexpr std::size_t CHUNK = 160;    // bytes of output in one report
 constexpr char FRAMES[] = "-\\|/";    // of the spinner
 constexpr std::size_t PATH_SIZE = 32; // of the terminal's path
 
-XCode failureOf(char const* what)
+/// The code of `errno`, with its text put into `format`.
+XCode failureOf(char const* format)
 {
     int const error = errno;
     XCode code = ZK::Detail::codeOfErrno(error);
-    code.setStringF("%s FAILED: %s", what, String::stringOfErrno(error).upperCase().c_str());
+    code.setStringF(format, String::stringOfErrno(error).upperCase().c_str());
     return code;
 }
 
@@ -139,15 +140,15 @@ XCode _ZKExecJob::executeCmd(String const& cmd, std::vector<String>& args, std::
 XCode _ZKExecJob::openChannels(Channels& channels)
 {
     if (ZKFile::CREATE_PIPE(channels.execRead, channels.execWrite, true).isErr())
-        return failureOf("CREATING PIPE");
+        return failureOf("CREATING PIPE FAILED: %s");
     int const master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (master < 0)
-        return failureOf("CREATING PTY");
+        return failureOf("CREATING PTY FAILED: %s");
     channels.master = ZKFile(master, true, false);
     if (grantpt(master) != 0)
-        return failureOf("GRANTING PTY");
+        return failureOf("GRANTING PTY FAILED: %s");
     if (unlockpt(master) != 0)
-        return failureOf("UNLOCKING PTY");
+        return failureOf("UNLOCKING PTY FAILED: %s");
 
     // Opened here, because nothing would end the reading of a terminal whose other end a child failed to open, for want
     // of a descriptor say. It counts as that child's failure.
@@ -178,7 +179,7 @@ XCode _ZKExecJob::launch(Program const& program, Channels& channels, pid_t& pid)
             program.become(channels.terminal.getFd(), signals);
     }
     if (pid < 0)
-        return failureOf("FORK");
+        return failureOf("FORK FAILED: %s");
     m_pid = pid;
     m_child = pid;
     m_master = channels.master.getFd();

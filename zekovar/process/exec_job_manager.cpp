@@ -61,7 +61,7 @@ XCode _ZKExecJobManager::executeJobWithUserProvidedHandler(String const& cmd, st
     if (code)
         code = executeJobWithUserProvidedHandler(job.get(), jobName, outputFile, handler);
     if (code)
-        job.release();
+        (void)job.release(); // the manager's now
     return code;
 }
 
@@ -92,7 +92,7 @@ XCode _ZKExecJobManager::sendSignal(String const& name, int signal)
 
 XCode _ZKExecJobManager::getTheJobBack(String const& name, _ZKExecJob** job)
 {
-    XCode const code = getJobPtr(name, job);
+    XCode code = getJobPtr(name, job);
     if (code)
         find(name)->giveJobBack();
     return code;

@@ -4,6 +4,7 @@
 #include "zekovar/threads/auto_lock.h"
 
 #include <algorithm>
+#include <utility>
 
 using Guard = ZKAutoLock<ZKMutex>;
 
@@ -79,7 +80,7 @@ void _ZKExecJobSupervisor::endExecuteJob(_ZKExecJob* job, unsigned int run, bool
     else if (code.isErr())
     {
         report->failedEnds++;
-        report->lastFailure = code;
+        report->lastFailure = std::move(code);
     }
     else
     {

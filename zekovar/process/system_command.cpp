@@ -13,9 +13,9 @@
 namespace
 {
 /// Puts the failure, with the system's text for it, in place of the output and gives it as a code with that text.
-XCode failureOf(char const* what, String& output)
+XCode failureOf(char const* format, String& output)
 {
-    output.format("%s FAILED: %s", what, String::stringOfErrno(errno).c_str());
+    output.format(format, String::stringOfErrno(errno).c_str());
     XCode code = XCODE_FAILURE;
     code.setString(output);
     return code;
@@ -44,7 +44,7 @@ pid_t startChild(char** arguments, int writeEnd)
     ZK::Detail::HeldSignals const signals;
     pid_t const pid = vfork();
     if (pid == 0)
-        runChild(arguments, writeEnd, signals);
+        runChild(arguments, writeEnd, signals); // NOLINT(clang-analyzer-unix.Vfork): it writes to its own frames only
     return pid;
 }
 
@@ -95,18 +95,18 @@ XCode _ZKSystem::executeCmd(String const& command, std::vector<String> const& ar
     ZKFile writeEnd;
     if (ZKFile::CREATE_PIPE(readEnd, writeEnd, true).isErr())
     {
-        failureOf("CREATING PIPE", output);
+        failureOf("CREATING PIPE FAILED: %s", output);
         return XCODE_FAILURE;
     }
     int flags = 0;
     if (readEnd.getFlags(flags).isErr())
-        return failureOf("GET PIPE MODE", output);
+        return failureOf("GET PIPE MODE FAILED: %s", output);
     if (readEnd.setFlags(flags | O_NONBLOCK).isErr())
-        return failureOf("SET NON-BLOCKING", output);
+        return failureOf("SET NON-BLOCKING FAILED: %s", output);
 
     pid_t const pid = startChild(array.data(), writeEnd.getFd());
     if (pid < 0)
-        return failureOf("FORK", output);
+        return failureOf("FORK FAILED: %s", output);
     writeEnd.close();
     int const status = awaitExit(pid);
     if (alwaysCapture || status != 0)
