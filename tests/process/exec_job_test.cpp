@@ -263,7 +263,8 @@ TEST_F(ExecJob, SignalsNobodyElse)
 
 TEST_F(ExecJob, EndsWithItsObject)
 {
-    for (char const* script : {"trap '' INT; echo up; while :; do sleep .1; done", "trap '' HUP; sleep 5 & echo up"})
+    for (char const* script :
+         {"trap '' INT; echo up; while :; do sleep .1; done", "trap '' HUP; while echo up; do sleep .1; done &"})
     {
         std::size_t const before = recorder.texts().size();
         start(script, true);
@@ -292,14 +293,14 @@ TEST_F(ExecJob, TellsWhatTheSystemLacks)
 TEST_F(ExecJob, LeavesItsFiguresUntilManyOthersHaveGone)
 {
     _ZKExecJobSupervisor& supervisor = _ZKExecJobSupervisor::INSTANCE();
-    _ZKExecJob kept("kept");
-    kept.setup(nullptr, "kept", false);
-    for (unsigned int i = 0; i <= _ZKExecJobSupervisor::MAX_IDLE_REPORTS; ++i)
-        _ZKExecJob("idle").setup(nullptr, String::stringOfFormat("idle %u", i), false);
+    job.setup(nullptr, "kept", false);
+    _ZKExecJob other("other");
+    for (unsigned int i = 0; i <= _ZKExecJobSupervisor::MAX_IDLE_REPORTS + 1; ++i)
+        other.setup(nullptr, String::stringOfFormat("idle %u", i), false);
     _ZKExecJobSupervisor::Report report;
     EXPECT_EQ(supervisor.getByCmdLine("idle 0", report).getValue(), XCODE_FAILURE);
     EXPECT_TRUE(supervisor.getByCmdLine("idle 1", report).isSuccess());
     EXPECT_TRUE(report.jobs.empty());
     EXPECT_TRUE(supervisor.getByCmdLine("kept", report).isSuccess());
-    EXPECT_EQ(report.jobs, std::vector<_ZKExecJob*>{&kept});
+    EXPECT_EQ(report.jobs, std::vector<_ZKExecJob*>{&job});
 }

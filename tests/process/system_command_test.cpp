@@ -115,8 +115,8 @@ TEST_F(SystemCommand, LosesNothingToSignals)
     ASSERT_EQ(::sigaction(SIGUSR1, &action, &before), 0);
     int status = 0;
     String out;
-    String const command =
-        String::stringOfFormat("for i in 1 2 3 4 5 6 7 8 9; do printf $i; kill -USR1 %d; done; echo", ::getpid());
+    String const command = String::stringOfFormat(
+        "for i in 1 2 3 4 5 6 7 8 9; do printf $i; sleep .02; kill -USR1 %d; done; echo", ::getpid());
     EXPECT_TRUE(executeSystem(command, status, out).isSuccess());
     EXPECT_EQ(out, "123456789\n");
     ::sigaction(SIGUSR1, &before, nullptr);

@@ -21,7 +21,8 @@ public:
     void statusUpdate(_ZKExecJob* job, String const& text, int length) override
     {
         ZKAutoLock<ZKMutex> guard(m_mutex);
-        awaitPlace();
+        while (m_event != nullptr && m_waits && m_underWay >= PLACES)
+            m_changed.wait();
         if (m_event != nullptr && m_underWay < PLACES)
             m_event->statusUpdate(job, text, length);
     }
@@ -29,8 +30,7 @@ public:
     void terminated(_ZKExecJob* job, String const& text, XCode code) override
     {
         ZKAutoLock<ZKMutex> guard(m_mutex);
-        awaitPlace();
-        if (m_event != nullptr)
+        if (m_event != nullptr) // one place more is there for the end
             m_event->terminated(job, text, code);
     }
 
@@ -60,12 +60,6 @@ public:
     }
 
 private:
-    void awaitPlace()
-    {
-        while (m_event != nullptr && m_waits && m_underWay >= PLACES)
-            m_changed.wait();
-    }
-
     ZKMutex m_mutex; // guards the rest
     ZKThreadCondition m_changed;
     _ZKExecJobEvent* m_event; // null once it is closed
@@ -75,7 +69,7 @@ private:
 
 _ZKExecJobEvent::_ZKExecJobEvent(ZKEventLoop& loop, EventPrio::Type priority, _ZKExecJobManager* manager,
                                  CallbackHandler* handler)
-    : m_queue(loop, priority, this, &_ZKExecJobEvent::onEvent, PLACES + 1), // one for an end that doesn't wait
+    : m_queue(loop, priority, this, &_ZKExecJobEvent::onEvent, PLACES + 1), // one for the end
       m_handler(handler),
       m_manager(manager),
       m_link(std::make_shared<Link>(this)),
