@@ -1,6 +1,8 @@
+#include "tests/eventually.h"
 #include "tests/process/tidy_test.h"
 #include "tests/string_printer.h"
 #include "zekovar/process/system_command.h"
+#include "zekovar/threads/thread.h"
 
 #include <csignal>
 
@@ -120,4 +122,24 @@ TEST_F(SystemCommand, LosesNothingToSignals)
     EXPECT_TRUE(executeSystem(command, status, out).isSuccess());
     EXPECT_EQ(out, "123456789\n");
     ::sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST_F(SystemCommand, LeavesNothingBehindOnAThreadThatIsCancelled)
+{
+    struct Caller
+    {
+        XCode runSystem() { return shell("sleep .3", true).code; }
+
+        XCode runShell() { return executeSystem("sleep .3"); }
+    } caller;
+
+    for (auto method : {&Caller::runSystem, &Caller::runShell})
+    {
+        ZKThreadMethod<Caller> thread("caller", &caller, method);
+        ASSERT_TRUE(thread.start("").isSuccess());
+        siginfo_t info;
+        EXPECT_TRUE(eventually([&] { return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0; }));
+        thread.stop();
+        thread.join();
+    }
 }

@@ -188,6 +188,7 @@ XCode _ZKExecJob::launch(Program const& program, Channels& channels, pid_t& pid)
     char byte = 0;
     unsigned int count = 0;
     channels.execRead.readOnce(&byte, sizeof byte, count, true);
+    channels.execRead.close();
     return XCODE_SUCCESS;
 }
 

@@ -3,6 +3,7 @@
 #include "zekovar/files/file.h"
 #include "zekovar/process/command_line.h"
 #include "zekovar/process/held_signals.h"
+#include "zekovar/threads/no_cancellation.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -89,6 +90,7 @@ void appendLines(std::FILE* stream, String& out)
 XCode _ZKSystem::executeCmd(String const& command, std::vector<String> const& arguments, int& exitCode, String& output,
                             bool alwaysCapture)
 {
+    ZK::Detail::NoCancellation const noCancellation; // the child is reaped in any case
     exitCode = -1;
     std::vector<char*> array = ZK::Detail::argumentArray(command, arguments);
     ZKFile readEnd;
@@ -137,6 +139,7 @@ XCode executeSystem(String const& cmd, int& status)
 
 XCode executeSystem(String const& cmd, int& status, String& out)
 {
+    ZK::Detail::NoCancellation const noCancellation;
     std::FILE* const stream = popen(cmd.c_str(), "re");
     if (stream == nullptr)
     {

@@ -7,8 +7,8 @@
 
 /// Runs one short command and hands back its output: no other process in between, no event loop, no cancel.
 ///
-/// Safe from all threads. The caller blocks until the command has ended, without limit. The process must not ignore
-/// SIGCHLD, or the command's end can't be told.
+/// Safe from all threads. The caller blocks until the command has ended, without limit, also while its own thread is
+/// cancelled. The process must not ignore SIGCHLD, or the command's end can't be told.
 ///
 /// The output, standard output and error together, is read when the command has ended and must fit the kernel's pipe
 /// (64 KiB as a rule): a command that writes more blocks for ever, and its caller with it. `_ZKExecJob` has no such
