@@ -5,7 +5,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 PACKAGES_BUILD=(g++ cmake ninja-build ccache googletest libjemalloc-dev libssl-dev zlib1g-dev
                 libcurl4-openssl-dev)
-PACKAGES_TEST=(pkg-config libpcre2-dev libyaml-cpp-dev openssl netcat-openbsd python3)
+PACKAGES_TEST=(pkg-config libpcre2-dev libyaml-cpp-dev openssl netcat-openbsd python3
+               inetutils-telnet wget busybox)
 PACKAGES_CROSS=(g++-powerpc-linux-gnu qemu-user)
 PACKAGES_FORMAT=(clang-format)
 PACKAGES_TIDY=(clang-tidy)

@@ -8,6 +8,8 @@
 #include "zekovar/foundation/everlasting.h"
 #include "zekovar/foundation/static_factory.h"
 #include "zekovar/foundation/string.h"
+#include "zekovar/net/telnet_client.h"
+#include "zekovar/net/wget.h"
 #include "zekovar/property/template_auto.h"
 #include "zekovar/property/template_tags.h"
 #include "zekovar/property/value.h"
@@ -40,6 +42,8 @@ ZKThreadAttributeType ZKThreadAttributeType::s_none(ZKThreadAttributeType::KEEP_
 constinit std::atomic<uint32_t> ZKEventLoop::s_nextUniqueId{0xABAD1DEA};
 ZKThreadAttributeType ZKThreadAttributeSynchronized::s_attributeType(ZKThreadAttributeType::DELETE_ATTRIBUTE);
 
+String WgetUtil::s_userAgent;
+
 namespace
 {
 using namespace ZK::Property::Template;
@@ -52,6 +56,10 @@ ZKStaticFactory<Block, BlockEach> const s_blockEach("each");
 }
 
 TString<char> const ZK::Property::emptyBlob;
+
+String const ZK::TelnetClient::DEFAULT_USER_PROMPT("login: $");
+String const ZK::TelnetClient::DEFAULT_PASSWORD_PROMPT("[pP]assword: $");
+String const ZK::TelnetClient::DEFAULT_PROMPT("^>[\r]?$");
 
 // constant data: nothing has to run at load time, nor at exit while threads still run machines
 constexpr QEvent QEP_reservedEvt_[4] = {QEvent(Q_EMPTY_SIG), QEvent(Q_ENTRY_SIG), QEvent(Q_EXIT_SIG),

@@ -124,9 +124,12 @@
 #include "zekovar/net/socket.h"
 #include "zekovar/net/tcp_server.h"
 #include "zekovar/net/tcp_socket.h"
+#include "zekovar/net/telnet_client.h"
+#include "zekovar/net/telnet_processor.h"
 #include "zekovar/net/udp_socket.h"
 #include "zekovar/net/unix_socket.h"
 #include "zekovar/net/uri.h"
+#include "zekovar/net/wget.h"
 #include "zekovar/net/xfer.h"
 
 #include "zekovar/process/connection_process.h"

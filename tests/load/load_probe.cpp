@@ -29,8 +29,12 @@ constexpr char const* EXPECTED[] = {
     "ZKThread::s_selfAttribute",
     "ZKThreadAttributeType::s_none",
     "ZKThreadAttributeSynchronized::s_attributeType",
+    "WgetUtil::s_userAgent",
     FACTORIES,
     "ZK::Property::emptyBlob",
+    "ZK::TelnetClient::DEFAULT_USER_PROMPT",
+    "ZK::TelnetClient::DEFAULT_PASSWORD_PROMPT",
+    "ZK::TelnetClient::DEFAULT_PROMPT",
 };
 constexpr int EXPECTED_COUNT = sizeof(EXPECTED) / sizeof(EXPECTED[0]);
 

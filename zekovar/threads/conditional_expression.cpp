@@ -43,6 +43,11 @@ void ConditionalExpression::unlock()
     m_mutex.unlock();
 }
 
+XCode ConditionalExpression::broadcast()
+{
+    return m_condition.broadcast();
+}
+
 XCode ConditionalExpression::wait()
 {
     ShownAsWaiting guard(*this);

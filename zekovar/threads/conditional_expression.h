@@ -36,6 +36,9 @@ public:
     /// As `wait`; returns as `ZKThreadCondition::waitFor`.
     XCode waitFor(int milliseconds);
 
+    /// Wakes all waiters, for a change that they don't all wait for. The caller holds the lock.
+    XCode broadcast();
+
     /// For places that need an action and have none.
     static void DO_NOTHING() {}
 

@@ -1,0 +1,141 @@
+#include "zekovar/net/wget.h"
+
+#include "tests/net/scripted_host.h"
+#include "tests/process/running_server.h"
+#include "tests/string_printer.h"
+#include "tests/temporary_directory.h"
+#include "zekovar/process/shell.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <vector>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace
+{
+/// Answers each request by "hello".
+void answer(Caller& caller)
+{
+    while (!caller.line().empty()) // the empty one ends the request
+        continue;
+    caller.say("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nhello");
+}
+
+/// Runs commands with a `wget` of the test's choice. A class asks only once, so each test has a process of its own.
+class Wget : public testing::Test
+{
+protected:
+    /// Makes `program` the `wget` of the commands. False without it.
+    bool useProgram(char const* program)
+    {
+        if (!std::filesystem::exists(program))
+            return false;
+        std::filesystem::create_symlink(program, (m_directory / "wget").c_str());
+        startServer();
+        return true;
+    }
+
+    void useScript(char const* text)
+    {
+        std::ofstream((m_directory / "wget").c_str()) << "#!/bin/sh\n" << text << "\n";
+        std::filesystem::permissions((m_directory / "wget").c_str(), std::filesystem::perms::owner_all);
+        startServer();
+    }
+
+    /// Gets the page of `host` by a command of the arguments.
+    String fetch(ScriptedHost const& host)
+    {
+        String const file = m_directory / "page";
+        String const url = String::stringOfFormat("http://127.0.0.1:%u/", host.port());
+        std::vector<String> args{"wget"};
+        EXPECT_TRUE(WgetUtil::buildArgs(true, url, "joe", "secret", file, "", "", "", true, args));
+        ZKVector<String> command;
+        for (String const& arg : args)
+            command.add(arg);
+        XCode const code = ZK::Shell::execute(command);
+        EXPECT_TRUE(code) << code.toString().c_str();
+        std::stringstream content;
+        content << std::ifstream(file.c_str()).rdbuf();
+        return content.str().c_str();
+    }
+
+    static std::vector<String> build(char const* user, char const* password, char const* directory)
+    {
+        std::vector<String> args{"first"};
+        WgetUtil::buildArgs(true, "http://h/", user, password, "/tmp/f", directory, "c.pem", "k.pem", true, args);
+        return args;
+    }
+
+private:
+    void startServer()
+    {
+        ::setenv("PATH", String(m_directory.path()).concat(":/usr/bin:/bin").c_str(), 1);
+        m_server = std::make_unique<RunningServer>();
+    }
+
+    TemporaryDirectory m_directory;
+    std::unique_ptr<RunningServer> m_server;
+};
+}
+
+TEST_F(Wget, FullProgramGetsAllArguments)
+{
+    useScript("echo GNU Wget");
+    EXPECT_THAT(build("joe", "secret", "/ca"),
+                ElementsAre("first", "-S", "--max-redirect=0", "--dns-timeout=10", "--connect-timeout=10",
+                            "--read-timeout=20", "--tries=1", "--output-document=/tmp/f", "--http-user=joe",
+                            "--http-password=secret", "--ca-directory=/ca", "--certificate=c.pem",
+                            "--private-key=k.pem", "--quiet", "http://h/"));
+    EXPECT_THAT(build("", "secret", ""),
+                ElementsAre("first", "-S", "--max-redirect=0", "--dns-timeout=10", "--connect-timeout=10",
+                            "--read-timeout=20", "--tries=1", "--output-document=/tmp/f", "--no-check-certificate",
+                            "--certificate=c.pem", "--private-key=k.pem", "--quiet", "http://h/"));
+    WgetUtil::s_userAgent = "agent/1";
+    std::vector<String> args;
+    EXPECT_TRUE(WgetUtil::buildArgs(false, "u", "joe", "", "", "/ca", "", "", false, args));
+    EXPECT_THAT(args, ElementsAre("--user-agent=agent/1", "--max-redirect=0", "--dns-timeout=10",
+                                  "--connect-timeout=10", "--read-timeout=20", "--tries=1",
+                                  "--output-document=", "--http-user=joe", "--ca-directory=/ca", "u"));
+    WgetUtil::s_userAgent = "";
+}
+
+TEST_F(Wget, SmallProgramGetsFewArguments)
+{
+    useScript("echo bUsYbOx v1");
+    EXPECT_THAT(build("joe", "secret", "/ca"),
+                ElementsAre("first", "-S", "--output-document=/tmp/f", "--quiet", "http://h/"));
+}
+
+TEST_F(Wget, ProgramThatFailsCountsAsSmall)
+{
+    useScript("exit 1");
+    EXPECT_THAT(build("", "", ""), ElementsAre("first", "-S", "--output-document=/tmp/f", "--quiet", "http://h/"));
+}
+
+TEST_F(Wget, FullProgramTakesTheArguments)
+{
+    if (!useProgram("/usr/bin/wget"))
+        GTEST_SKIP() << "there is no such program";
+    ScriptedHost host(&answer);
+    EXPECT_EQ(fetch(host), "hello");
+    EXPECT_EQ(build("", "", "").size(), 13u) << "it is taken for the full one";
+}
+
+TEST_F(Wget, BusyboxTakesTheArguments)
+{
+    if (!useProgram("/bin/busybox"))
+        GTEST_SKIP() << "there is no such program";
+    ScriptedHost host(&answer);
+    WgetUtil::s_userAgent = "agent/1";
+    EXPECT_EQ(fetch(host), "hello");
+    EXPECT_EQ(build("", "", "").size(), 6u) << "it is taken for the small one";
+    WgetUtil::s_userAgent = "";
+}
