@@ -3,6 +3,7 @@
 #include "zekovar/events/standard_loops.h"
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/process/fork_and_exec.h"
+#include "zekovar/process/system_call.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -11,7 +12,9 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+using ZK::Detail::closeFd;
 using ZK::Detail::codeOfResult;
+using ZK::Detail::uninterrupted;
 using ZK::Detail::withText;
 
 namespace ZK::Shell
@@ -20,25 +23,6 @@ namespace
 {
 constexpr unsigned int BLOCK_SIZE = 1023;
 constexpr int UNREAD_POLL_MILLISECONDS = 1;
-
-void closeFd(int& fd)
-{
-    if (fd >= 0)
-        ::close(fd);
-    fd = -1;
-}
-
-/// `call` once more after each interruption; what it returns then.
-template <class Call>
-ssize_t uninterrupted(Call call)
-{
-    ssize_t result = 0;
-    do
-    {
-        result = call();
-    } while (result < 0 && errno == EINTR);
-    return result;
-}
 
 /// Passes a block of standard error on to the client, which may have closed its end. `ended` tells that there is no more.
 XCode relayBlock(int source, int relay, bool& ended)
@@ -126,9 +110,7 @@ XCode Server::ConnectionProcess::attendProgram(ForkAndExec& program, int& relay)
     for (;;)
     {
         pollfd sources[] = {{source, POLLIN, 0}, {file().getFd(), POLLIN, 0}};
-        XCode code = codeOfResult(::poll(sources, 2, -1));
-        if (code == ZK::Detail::codeOfErrno(EINTR))
-            continue;
+        XCode code = codeOfResult(uninterrupted([&] { return ::poll(sources, 2, -1); }));
         if (code.isErr())
             return withText(code, "SELECT FAILED");
         bool ended = false;

@@ -4,6 +4,7 @@
 #include "zekovar/process/command_line.h"
 #include "zekovar/process/exec_job.h"
 #include "zekovar/process/held_signals.h"
+#include "zekovar/process/system_call.h"
 #include "zekovar/threads/auto_lock.h"
 #include "zekovar/threads/no_cancellation.h"
 
@@ -16,6 +17,8 @@
 #include <unistd.h>
 #include <utility>
 #include <utmp.h>
+
+using ZK::Detail::uninterrupted;
 
 /// What the child reads, so that it needs no memory of its own.
 struct _ZKExecJob::Program
@@ -70,15 +73,6 @@ XCode failureOf(char const* format)
     XCode code = ZK::Detail::codeOfErrno(error);
     code.setStringF(format, String::stringOfErrno(error).upperCase().c_str());
     return code;
-}
-
-template <class Call>
-auto uninterrupted(Call call)
-{
-    auto result = call();
-    while (result < 0 && errno == EINTR)
-        result = call();
-    return result;
 }
 
 /// What shows at the end of the output while nothing comes. Each step rubs out the character before.

@@ -2,6 +2,7 @@
 
 #include "zekovar/foundation/string.h"
 #include "zekovar/foundation/system_code.h"
+#include "zekovar/process/system_call.h"
 
 #include <csignal>
 #include <cstdio>
@@ -13,6 +14,7 @@
 #include <unistd.h>
 #include <utmp.h>
 
+using ZK::Detail::closeFd;
 using ZK::Detail::codeOfErrno;
 using ZK::Detail::codeOfResult;
 using ZK::Detail::withContext;
@@ -35,13 +37,6 @@ XCode openPipe(int& readEnd, int& writeEnd, char const* context)
     readEnd = ends[0];
     writeEnd = ends[1];
     return withContext(code, context);
-}
-
-void closeEnd(int& fd)
-{
-    if (fd >= 0)
-        ::close(fd);
-    fd = -1;
 }
 
 /// The texts' own memory with a null at the end; without memory it is shorter.
@@ -78,8 +73,8 @@ XCode ForkAndExec::forkAndExec(ZKVector<String> const& args, ZKVector<String> co
     XCode code = openPipes();
     if (code)
         code = forkChild(argv.begin(), envp.begin());
-    closeEnd(m_stderrWrite);
-    closeEnd(m_xcWrite);
+    closeFd(m_stderrWrite);
+    closeFd(m_xcWrite);
     if (code.isErr())
         closeAll();
     return code;
@@ -206,11 +201,11 @@ XCode ForkAndExec::checkProgramAccessibility(String const& path)
 
 void ForkAndExec::closeAll()
 {
-    closeEnd(m_master);
-    closeEnd(m_stderrWrite);
-    closeEnd(m_stderrRead);
-    closeEnd(m_xcWrite);
-    closeEnd(m_xcRead);
+    closeFd(m_master);
+    closeFd(m_stderrWrite);
+    closeFd(m_stderrRead);
+    closeFd(m_xcWrite);
+    closeFd(m_xcRead);
     m_pid = 0;
 }
 }

@@ -2,6 +2,7 @@
 
 #include "zekovar/events/standard_loops.h"
 #include "zekovar/foundation/system_code.h"
+#include "zekovar/process/system_call.h"
 
 #include <cstring>
 #include <sys/socket.h>
@@ -9,6 +10,7 @@
 
 using ZK::Detail::codeOfErrno;
 using ZK::Detail::codeOfResult;
+using ZK::Detail::uninterrupted;
 using ZK::Detail::withText;
 
 namespace ZK::Shell
@@ -83,11 +85,7 @@ XCode Socket::send(MsgHdr const* message, unsigned int fdCount, int* fds)
         sent.msg_controllen = CMSG_LEN(fdCount * sizeof(int));
     }
 
-    ssize_t count = 0;
-    do
-    {
-        count = ::sendmsg(m_file->getFd(), &sent, MSG_NOSIGNAL);
-    } while (count < 0 && errno == EINTR);
+    ssize_t const count = uninterrupted([&] { return ::sendmsg(m_file->getFd(), &sent, MSG_NOSIGNAL); });
     XCode const code = count < 0 ? codeOfResult(-1) : testExpression(count == message->length);
     return withText(code, "CANNOT SEND MESSAGE TO PEER");
 }
@@ -102,11 +100,7 @@ XCode Socket::recv(MsgHdr* message, unsigned int size, unsigned int& fdCount, in
     received.msg_iovlen = 1;
     received.msg_control = &control;
     received.msg_controllen = CONTROL_SIZE;
-    ssize_t count = 0;
-    do
-    {
-        count = ::recvmsg(m_file->getFd(), &received, MSG_CMSG_CLOEXEC);
-    } while (count < 0 && errno == EINTR);
+    ssize_t const count = uninterrupted([&] { return ::recvmsg(m_file->getFd(), &received, MSG_CMSG_CLOEXEC); });
     if (count < 0)
         return withText(codeOfResult(-1), "CANNOT RECEIVE MESSAGE FROM PEER");
 

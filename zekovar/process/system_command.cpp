@@ -3,6 +3,7 @@
 #include "zekovar/files/file.h"
 #include "zekovar/process/command_line.h"
 #include "zekovar/process/held_signals.h"
+#include "zekovar/process/system_call.h"
 #include "zekovar/threads/no_cancellation.h"
 
 #include <cerrno>
@@ -53,11 +54,7 @@ pid_t startChild(char** arguments, int writeEnd)
 int awaitExit(pid_t pid)
 {
     int status = 0;
-    pid_t ended = 0;
-    do
-    {
-        ended = waitpid(pid, &status, 0);
-    } while (ended < 0 && errno == EINTR);
+    pid_t const ended = ZK::Detail::uninterrupted([&] { return waitpid(pid, &status, 0); });
     return ended == pid && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
