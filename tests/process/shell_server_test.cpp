@@ -1,6 +1,7 @@
 #include "zekovar/process/shell_server.h"
 
 #include "tests/process/running_server.h"
+#include "tests/process/tidy_test.h"
 #include "tests/process/wire_client.h"
 #include "tests/string_printer.h"
 #include "tests/temporary_directory.h"
@@ -189,12 +190,17 @@ TEST_F(ShellServer, HostileMessagesEndTheirConnectionOnly)
         EXPECT_EQ(refusal.text, bad == commandMessage({}) ? "NO PROGRAM SPECIFIED" : "MALFORMED MESSAGE RECEIVED");
         EXPECT_EQ(client.receive().type, CLOSED);
     }
-    for (std::string const& bad : {good, message(1, ""), message(3, "")})
+    std::string const invalid = "INVALID MESSAGE RECEIVED: ";
+    for (auto const& [bad, text] : {std::pair(good, invalid + "0"), std::pair(message(77, ""), invalid + "77"),
+                                    std::pair(message(1, ""), std::string("MALFORMED MESSAGE RECEIVED"))})
     {
         WireClient client;
         start(client, script("read x"));
         client.send(bad);
-        EXPECT_EQ(client.receive().value, XCODE_FAILURE);
+        WireClient::Answer const end = client.receive();
+        EXPECT_EQ(end.type, TERMINATED);
+        EXPECT_EQ(end.value, XCODE_FAILURE);
+        EXPECT_EQ(end.text, text);
         EXPECT_EQ(client.receive().type, CLOSED);
     }
     expectServes();
@@ -283,11 +289,32 @@ TEST(ShellServerStart, FailedListeningLeavesItClosed)
     EXPECT_TRUE(server.listen(directory / "socket")) << "a stale socket is replaced";
 }
 
-TEST(ForkAndExec, WithoutAProgramThereIsNothingToDo)
+class ForkAndExec : public TidyTest
+{
+};
+
+TEST_F(ForkAndExec, WithoutAProgramThereIsNothingToDo)
 {
     ZK::Shell::ForkAndExec program;
     EXPECT_EQ(program.forkAndExec(ZKVector<String>(), ZKVector<String>()).toString(), "NO PROGRAM SPECIFIED");
     EXPECT_TRUE(program.kill(9));
     EXPECT_EQ(program.waitForTermination().getValue(), XCODE_ERRNO + ECHILD);
     EXPECT_EQ(program.checkProgramAccessibility("/none").toString(), "CANNOT ACCESS PROGRAM: /none");
+}
+
+TEST_F(ForkAndExec, FailuresOnTheWayLeaveNothingOpen)
+{
+    ZKVector<String> arguments;
+    arguments.add("/bin/true");
+    ZK::Shell::ForkAndExec program;
+    char const* const texts[] = {"CANNOT OPEN PIPE FOR STDERR", "CANNOT OPEN PIPE FOR PASSING ERROR CODE",
+                                 "FORK FAILED"};
+    for (int i = 0; i < 3; ++i)
+    {
+        FewDescriptors const limit(2 * i + 1);
+        EXPECT_EQ(program.forkAndExec(arguments, ZKVector<String>()).toString(), texts[i]);
+        EXPECT_EQ(program.getMaster(), -1);
+    }
+    EXPECT_TRUE(program.forkAndExec(arguments, ZKVector<String>()));
+    EXPECT_TRUE(program.waitForTermination());
 }
