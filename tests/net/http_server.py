@@ -39,9 +39,7 @@ class Handler(BaseHTTPRequestHandler):
     do_GET = do_HEAD = do_POST = do_PUT = do_DELETE = serve
 
     def reply(self, kind, argument, body):
-        if kind == "echo":
-            self.reply_with(200, body)
-        elif kind == "json":
+        if kind == "json":
             self.reply_with(200, b'{"b":2}')
         elif kind == "status":
             self.reply_with(int(argument), b"reason")

@@ -48,7 +48,7 @@ bool append(Owned<curl_slist>& list, String const& line)
     curl_slist* const longer = curl_slist_append(list.get(), line.c_str());
     if (longer == nullptr)
         return false;
-    list.release();
+    (void)list.release(); // it is the longer one now
     list.reset(longer);
     return true;
 }
