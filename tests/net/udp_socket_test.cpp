@@ -82,7 +82,7 @@ TEST(UdpSocket, BlocksAndStaysSilentOnceItWasClosed)
     EXPECT_TRUE(inbox.datagrams.empty());
 }
 
-TEST(UdpSocket, CopyIsSilentAndASlotMayCloseTheSocket)
+TEST(UdpSocket, CopyIsSilentAndASlotMayCloseAndReopenTheSocket)
 {
     NetLoop loop;
     auto const receiver = makeSocket(loop, 100);
@@ -91,6 +91,7 @@ TEST(UdpSocket, CopyIsSilentAndASlotMayCloseTheSocket)
     {
         received++;
         receiver->close();
+        EXPECT_TRUE(receiver->bind(AF_INET, 0).isSuccess()); // and blocks from here on
     };
     receiver->datagramReceived.connect(ZK::bindArgs(ZK::directCall(), close));
     ASSERT_TRUE(receiver->bind(IpAddress("127.0.0.1"), 0).isSuccess());
@@ -102,8 +103,29 @@ TEST(UdpSocket, CopyIsSilentAndASlotMayCloseTheSocket)
             for (int i = 0; i < 3; i++)
                 copy.sendTo(IpAddress("127.0.0.1"), portOf(copy), String("to myself"), 0, true);
         });
-    EXPECT_TRUE(loop.eventually([&] { return !receiver->isOpen(); }));
-    EXPECT_EQ(received, 1);
+    EXPECT_TRUE(loop.eventually([&] { return received == 1; }));
+    EXPECT_TRUE(receiver->isBlocking());
+}
+
+TEST(UdpSocket, ErrorOfASentDatagramHoldsUpNoneThatArrived)
+{
+    NetLoop loop;
+    Inbox inbox;
+    auto const client = makeSocket(loop, 100), server = makeSocket(loop, 100);
+    IpAddress const host("127.0.0.1");
+    inbox.watch(*client);
+    ASSERT_TRUE(server->bind(host, 0).isSuccess());
+    ASSERT_TRUE(client->bind(host, 0).isSuccess());
+    unsigned short const port = portOf(*client);
+    ASSERT_TRUE(client->connectOnly(host, portOf(*server)).isSuccess());
+    loop.synchronized(
+        [&]
+        {
+            EXPECT_TRUE(server->sendTo(host, port, String("last words"), 0, true).isSuccess());
+            server->close();
+            EXPECT_TRUE(client->send(String("still there?"), 0, true).isSuccess()); // no: refused
+        });
+    EXPECT_TRUE(loop.eventually([&] { return inbox.datagrams.size() == 1; }));
 }
 
 TEST(UdpSocket, DatagramIsSentWholeOrNotAtAll)

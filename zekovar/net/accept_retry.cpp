@@ -2,6 +2,7 @@
 
 #include "zekovar/events/timeout_event.h"
 #include "zekovar/foundation/system_code.h"
+#include "zekovar/net/socket.h"
 
 namespace ZK::Detail
 {
@@ -22,9 +23,9 @@ AcceptRetry::~AcceptRetry()
     m_timer->destroy();
 }
 
-void AcceptRetry::onEnd(XCode const& code)
+void AcceptRetry::onEnd(XCode const& code, Socket const& listener)
 {
-    if (code != codeOfErrno(EAGAIN))
+    if (code != codeOfErrno(EAGAIN) && listener.isListening())
         m_timer->start(RETRY_MILLISECONDS, false, false);
 }
 

@@ -7,6 +7,11 @@
 class _ZKTimeoutEvent;
 class ZKEventLoop;
 
+namespace ZK
+{
+class Socket;
+}
+
 namespace ZK::Detail
 {
 /// Asks a listener again a second after an accept that failed for anything but a lack of connections.
@@ -27,7 +32,7 @@ public:
     AcceptRetry& operator=(AcceptRetry const&) = delete;
 
     /// To be told how accepting ended, on the loop's thread.
-    void onEnd(XCode const& code);
+    void onEnd(XCode const& code, ZK::Socket const& listener);
 
 private:
     static void RUN(void* retry);
@@ -36,8 +41,8 @@ private:
     _ZKTimeoutEvent* m_timer; // holds a reference
 };
 
-/// Accepts connections until `accept` fails, and raises `accepted` for each. Sockets are made by `make`; one that
-/// nobody has kept is used for the next connection, which closes what it held.
+/// Accepts connections until `accept` fails, and raises `accepted` for each. Sockets are made by `make`, a new one for
+/// each connection that was told of: its slots, and who kept it, are not to meet the next client there.
 template <class Socket, class Signal, class Make, class Accept>
 XCode acceptAll(Signal& accepted, Make const& make, Accept const& accept)
 {
@@ -49,8 +54,7 @@ XCode acceptAll(Signal& accepted, Make const& make, Accept const& accept)
         if (!accepted.hasSlots())
             continue;
         accepted(client);
-        if (client.getObj()->getRefCount() > 1)
-            client = make();
+        client = make();
     }
 }
 }

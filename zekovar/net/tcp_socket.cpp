@@ -56,6 +56,8 @@ XCode TcpSocket::listen(int domain, unsigned short port, int backlog)
 
 XCode TcpSocket::listenOnly(int backlog)
 {
+    // A client that comes before the hook is there makes no further edge, and a slot of the first one may close.
+    Detail::LoopStandstill const standstill(getEventLoop());
     XCode code = IpSocket::listenOnly(backlog);
     if (code.isErr())
         return code;
@@ -86,6 +88,13 @@ XCode TcpSocket::connect(IpAddress const& address, unsigned short port)
         return code;
     m_connectHook = onWriteReady.connect(bindArgs(&TcpSocket::onReadyForWritingAfterConnect, this));
     return XCODE_SUCCESS;
+}
+
+void TcpSocket::callDtor()
+{
+    // Not only in the destructor: the retry calls what derived classes destroy before.
+    dropHooks();
+    IpSocket::callDtor();
 }
 
 XCode TcpSocket::close()
@@ -132,7 +141,7 @@ void TcpSocket::onReadyForReadingAfterListen()
         accepted, [this] { return MovePtr<TcpSocket>(new TcpSocket(getEventLoop(), isAutoClose())); },
         [&](ZKPPtr<TcpSocket>& client) { return accept(client, address, port); });
     if (m_acceptRetry)
-        m_acceptRetry->onEnd(code);
+        m_acceptRetry->onEnd(code, *this);
 }
 
 void TcpSocket::onReadyForWritingAfterConnect()

@@ -67,11 +67,15 @@ public:
     /// success, and `connected` tells when the socket gets writable.
     virtual XCode connect(IpAddress const& address, unsigned short port);
 
-    /// Listens on a bound socket. From here on the loop accepts all connections and tells of them by `accepted`.
+    /// Listens on a bound socket. From here on the loop accepts all connections and tells of them by `accepted`. Waits, on
+    /// another thread, until the loop stands still.
     XCode listenOnly(int backlog) override;
 
     /// Ends listening and closes; the signals keep their slots.
     XCode close() override;
+
+    /// Ends listening before any destructor runs.
+    void callDtor() override;
 
     /// Bytes that wait to be read.
     XCode getReceiveQueueSize(int& bytes) const;

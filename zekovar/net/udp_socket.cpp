@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <netinet/in.h>
+#include <optional>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
@@ -16,11 +17,12 @@ constexpr unsigned int LARGEST_DATAGRAM = 65535; // bytes, RFC 768
 }
 
 UdpSocket::UdpSocket(ZKEventLoop& loop, int fd, unsigned int bufferSize, bool autoClose)
-    : IpSocket(loop, fd, autoClose),
-      datagramReceived(this),
-      m_bufferSize(bufferSize),
-      m_receiveHook(onReadReady.connect(bindArgs(&UdpSocket::recvUdpPacket, this)))
+    : IpSocket(loop, fd, autoClose), datagramReceived(this), m_bufferSize(bufferSize)
 {
+    std::optional<Detail::LoopStandstill> standstill; // the handler, which an open descriptor brings, looks at the hook
+    if (isOpen())
+        standstill.emplace(loop);
+    m_receiveHook = onReadReady.connect(bindArgs(&UdpSocket::recvUdpPacket, this));
 }
 
 UdpSocket::UdpSocket(ZKEventLoop& loop, unsigned int bufferSize, bool autoClose)
@@ -67,6 +69,7 @@ XCode UdpSocket::recvFrom(IpAddress& address, unsigned short& port, void* buffer
                           unsigned int& received, int flags, bool retry)
 {
     sockaddr_storage storage;
+    storage.ss_family = AF_UNSPEC; // and stays, if the descriptor is one whose datagrams have no sender
     unsigned int length = sizeof(storage);
     XCode code =
         IpSocket::recvFrom(reinterpret_cast<sockaddr*>(&storage), &length, buffer, size, received, flags, retry);
@@ -139,8 +142,17 @@ void UdpSocket::recvUdpPacket()
     unsigned short port = 0;
     TString<char> datagram;
     datagram.reserve(static_cast<int>(size));
-    for (unsigned int received = 0; recvFrom(address, port, datagram.data(), size, received, 0, true).isSuccess();)
+    // Once a slot has closed it, the socket may be open again, and blocking.
+    for (int failures = 0; failures < 2 && !m_receiveHook.isDisconnected();)
     {
+        unsigned int received = 0;
+        if (XCode const code = recvFrom(address, port, datagram.data(), size, received, 0, true); code.isErr())
+        {
+            // What an earlier datagram met on its way is told once, in front of those that wait.
+            failures += code == Detail::codeOfErrno(EAGAIN) ? 2 : 1;
+            continue;
+        }
+        failures = 0;
         datagram.setLength(static_cast<int>(received));
         if (datagramReceived.hasSlots())
             datagramReceived(address, port, datagram);

@@ -114,6 +114,8 @@ XCode UnixSocket::connect(int type, String const& path)
 
 XCode UnixSocket::listenOnly(int backlog)
 {
+    // A client that comes before the hook is there makes no further edge, and a slot of the first one may close.
+    Detail::LoopStandstill const standstill(getEventLoop());
     XCode code = Socket::listenOnly(backlog);
     if (code.isErr())
         return code;
@@ -130,6 +132,13 @@ XCode UnixSocket::accept(ZKPPtr<UnixSocket>& client, sockaddr* address, unsigned
         return XCODE_FAILURE;
     ZKPPtr<Socket> socket(client);
     return Socket::accept(socket, address, length);
+}
+
+void UnixSocket::callDtor()
+{
+    // Not only in the destructor: the retry calls what derived classes destroy before.
+    dropHook();
+    Socket::callDtor();
 }
 
 XCode UnixSocket::close()
@@ -154,6 +163,6 @@ void UnixSocket::onReadyForReadingAfterListen()
         accepted, [this] { return MovePtr<UnixSocket>(new UnixSocket(getEventLoop(), isAutoClose())); },
         [this](ZKPPtr<UnixSocket>& client) { return accept(client, nullptr, nullptr); });
     if (m_acceptRetry)
-        m_acceptRetry->onEnd(code);
+        m_acceptRetry->onEnd(code, *this);
 }
 }

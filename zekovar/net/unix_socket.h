@@ -74,11 +74,15 @@ public:
     /// `XCODE_FAILURE` if it holds none. `address` and `length`, which may both be null, get the other side's address.
     virtual XCode accept(ZKPPtr<UnixSocket>& client, sockaddr* address, unsigned int* length);
 
-    /// Listens on a bound socket. From here on the loop accepts all connections and tells of them by `accepted`.
+    /// Listens on a bound socket. From here on the loop accepts all connections and tells of them by `accepted`. Waits, on
+    /// another thread, until the loop stands still.
     XCode listenOnly(int backlog) override;
 
     /// Ends listening and closes; the signals keep their slots, and the socket file stays.
     XCode close() override;
+
+    /// Ends listening before any destructor runs.
+    void callDtor() override;
 
     /// Internal: the handler of `onReadReady`.
     void onReadyForReadingAfterListen();
