@@ -4,6 +4,8 @@ namespace
 {
 constexpr std::size_t MAX_LOOKUPS = 16;
 constexpr int MAX_SHOWN = 4096; // bytes
+constexpr char const* NOBODY = "-";
+constexpr char const* DEVICE_PROMPT = "^[^\\r\\n]*[>#$%] ?$";
 
 /// A reply as an operator can read it.
 String textOf(TString<char> const& reply)
@@ -18,17 +20,19 @@ String textOf(TString<char> const& reply)
 }
 }
 
-NetCommands::NetCommands() : m_transfers("Transfer")
+NetCommands::NetCommands() : m_tasks("Remote")
 {
     add("resolve", "NAME", "shows the addresses of a host", &NetCommands::resolve);
     add("parse-uri", "URI", "shows the parts of a URI, and their text put together again", &NetCommands::parseUri);
     add("fetch", "URL", "shows what a web server sends", &NetCommands::fetch);
     add("upload", "FILE URL", "posts a file to a web server, as a form does", &NetCommands::upload);
+    add("telnet", "HOST PORT USER PASSWORD COMMAND",
+        "runs a command on another device; USER - and PASSWORD - log in nowhere", &NetCommands::telnet);
 }
 
 void NetCommands::end()
 {
-    m_transfers.join();
+    m_tasks.join();
     for (Lookup& lookup : m_lookups)
     {
         lookup.thread.join();
@@ -107,19 +111,19 @@ void NetCommands::fetch(Call const& call, String const& arguments)
         refuse(call, "it takes a URL");
         return;
     }
-    transfer(call,
-             [call, url = arguments]
-             {
-                 ZK::Xfer server;
-                 TString<char> reply;
-                 if (XCode const code = server.getBinary(reply, url, ""); code.isErr())
-                 {
-                     call.say(code.toString());
-                     return;
-                 }
-                 call.say(textOf(reply));
-                 call.say(String(String::Formatted(), "%d bytes", reply.length()));
-             });
+    runOnThread(call,
+                [call, url = arguments]
+                {
+                    ZK::Xfer server;
+                    TString<char> reply;
+                    if (XCode const code = server.getBinary(reply, url, ""); code.isErr())
+                    {
+                        call.say(code.toString());
+                        return;
+                    }
+                    call.say(textOf(reply));
+                    call.say(String(String::Formatted(), "%d bytes", reply.length()));
+                });
 }
 
 void NetCommands::upload(Call const& call, String const& arguments)
@@ -131,20 +135,56 @@ void NetCommands::upload(Call const& call, String const& arguments)
         refuse(call, "it takes a file and a URL");
         return;
     }
-    transfer(call,
-             [call, file, url]
-             {
-                 ZK::Xfer server;
-                 XCode const code = server.uploadFile(url, file);
-                 call.say(code.isErr() ? code.toString() : String(String::Formatted(), "%s is there", file.c_str()));
-             });
+    runOnThread(call,
+                [call, file, url]
+                {
+                    ZK::Xfer server;
+                    XCode const code = server.uploadFile(url, file);
+                    call.say(code.isErr() ? code.toString() : String(String::Formatted(), "%s is there", file.c_str()));
+                });
 }
 
-/// A transfer waits for the other side, so it has a thread of its own.
-void NetCommands::transfer(Call const& call, std::function<void()> const& task)
+void NetCommands::telnet(Call const& call, String const& arguments)
 {
-    if (m_transfers.run(task).isErr())
+    String command = arguments;
+    String const host = CommandLine::takeWord(command);
+    unsigned int port = 0;
+    bool const isPort = CommandLine::parseNumber(CommandLine::takeWord(command), 1, 65535, port);
+    String const user = CommandLine::takeWord(command);
+    String const password = CommandLine::takeWord(command);
+    if (!isPort || command.isEmpty())
     {
-        call.say("too many transfers are under way");
+        refuse(call, "it takes a host, a port, a user, a password and a command");
+        return;
+    }
+    runOnThread(call,
+                [call, host, port, user, password, command]
+                {
+                    bool const logsIn = user != NOBODY;
+                    ZKPtr<ZK::TelnetClient> client(ZK::MovePtr<ZK::TelnetClient>(new ZK::TelnetClient(
+                        host, port, user, password, logsIn ? ZK::TelnetClient::DEFAULT_USER_PROMPT : String(),
+                        logsIn ? ZK::TelnetClient::DEFAULT_PASSWORD_PROMPT : String(), DEVICE_PROMPT)));
+                    String output;
+                    XCode code = client->connectSync();
+                    if (code.isSuccess())
+                    {
+                        code = client->sendSync(String(String::Formatted(), "%s\n", command.c_str()), output);
+                    }
+                    client->disconnectSync();
+                    if (code.isErr())
+                    {
+                        output = code.toString();
+                    }
+                    output.trim(&isspace);
+                    call.say(output);
+                });
+}
+
+/// What waits for another machine has a thread of its own.
+void NetCommands::runOnThread(Call const& call, std::function<void()> const& task)
+{
+    if (m_tasks.run(task).isErr())
+    {
+        call.say("too many such commands are under way");
     }
 }

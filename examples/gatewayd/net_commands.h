@@ -6,7 +6,7 @@
 #include <atomic>
 #include <list>
 
-/// Names of hosts, URIs and HTTP.
+/// Names of hosts, URIs, HTTP, and commands on other devices.
 class NetCommands : public CommandGroup
 {
 public:
@@ -19,7 +19,8 @@ private:
     void parseUri(Call const& call, String const& arguments);
     void fetch(Call const& call, String const& arguments);
     void upload(Call const& call, String const& arguments);
-    void transfer(Call const& call, std::function<void()> const& task);
+    void telnet(Call const& call, String const& arguments);
+    void runOnThread(Call const& call, std::function<void()> const& task);
 
     /// One for each name.
     struct Lookup
@@ -34,6 +35,6 @@ private:
         ZK::DnsLookupThread thread;
     };
 
-    TaskThreads m_transfers;
+    TaskThreads m_tasks;         // what waits for other machines
     std::list<Lookup> m_lookups; // those under way, and others that no later look-up has cleared away
 };

@@ -236,6 +236,12 @@ if command -v nc >/dev/null; then
         done
         ! grep -q "frobnicate[^$client]" "$dir/client$client" || fail "client $client has the answers of another"
     done
+    # another gatewayd logs in there
+    if command -v telnet >/dev/null; then
+        printf 'telnet 127.0.0.1 %s - - frobnicate remotely\ntelnet 127.0.0.1\n' "$port" | "$@" >"$dir/telnet" 2>&1 || fail "telnet: status $?"
+        [ "$(grep -A1 "^no command 'frobnicate', try 'help'$" "$dir/telnet" | tail -n 1)" = "gatewayd ends: end of input" ] ||
+            fail "telnet: $(cat "$dir/telnet")"
+    fi
     mkfifo "$dir/typed"
     nc 127.0.0.1 "$port" <"$dir/typed" >"$dir/client" &
     client=$!
