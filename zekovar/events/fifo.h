@@ -32,7 +32,8 @@ private:
 
 /// The receiving end of a named fifo: calls `onTrigger` on the loop's thread for each byte.
 ///
-/// Threads and lifetime are those of `_ZKFileObserver`; `onTrigger` may disable or delete the observer.
+/// Lifetime is that of `_ZKFileObserver`; `onTrigger` may disable or delete the observer. As the loop's thread reads the
+/// fifo, no other one changes or deletes an enabled observer without being synchronised to the loop.
 ///
 /// Once enabled, the observer counts as such to its end: after `disable` a further `enable` opens the fifo, but the loop
 /// doesn't watch it any more.
@@ -65,7 +66,8 @@ private:
 
 /// A fifo whose bytes are posted as events, one post for each byte, so that the handler takes its turn by priority.
 ///
-/// Made with `new` and dropped with `destroy()`, which also closes the fifo.
+/// Made with `new` and dropped with `destroy()`, which also closes the fifo. So `cancel` and `destroy` ask for the
+/// same thread as the changes of an observer.
 class ZKFifoEvent : public ZKEvent, public ZKFifoObserver
 {
 public:
