@@ -81,6 +81,14 @@ void ZKFileQueue::removeFileObserver(ZK::FileObserverIf* observer)
     m_observerCount.fetch_sub(1, std::memory_order_relaxed);
 }
 
+XCode ZKFileQueue::rearmFileObserver(ZK::FileObserverIf* observer)
+{
+    if (observer == nullptr)
+        return XCODE_FAILURE;
+    int const fd = observer->getObservedFile().getFd();
+    return ZK::Detail::codeOfResult(epoll_ctl(m_epollFd, EPOLL_CTL_MOD, fd, &observer->getObservedFileEpollEvent()));
+}
+
 void ZKFileQueue::waitForFileActivity()
 {
     onWait(0);

@@ -33,6 +33,10 @@ public:
     /// another thread than the loop's must be synchronised to the loop if no callback may run once this has returned.
     void removeFileObserver(ZK::FileObserverIf* observer);
 
+    /// Has the kernel report the observer's file anew if it is ready, as it does when it is added, for the events that the
+    /// observer asks for now. The code of ENOENT if it isn't watched.
+    XCode rearmFileObserver(ZK::FileObserverIf* observer);
+
     /// Sleeps until a file is ready and serves up to `BATCH_SIZE` of them.
     void waitForFileActivity();
 

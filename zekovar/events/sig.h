@@ -65,6 +65,16 @@ public:
             (*m_impl)(std::forward<Values>(values)...);
     }
 
+    /// As the call, for arguments that are costly to copy: the last slot gets those of the emission itself. The emission
+    /// ends with that slot, whatever it connects.
+    template <class... Values>
+    void emitMoving(Values&&... values)
+    {
+        static_assert(std::is_invocable_v<std::function<void(Args...)>&, Values...>);
+        if (m_impl != nullptr)
+            m_impl->emitMoving(std::forward<Values>(values)...);
+    }
+
 private:
     Impl& impl()
     {

@@ -30,6 +30,13 @@ public:
         std::apply([&slot](auto&... arguments) { slot.getFunction()(arguments...); }, m_arguments);
     }
 
+    /// For the last call.
+    void moveInto(Slot<void(Args...), G> const& slot)
+    {
+        std::apply([&slot](auto&... arguments) { slot.getFunction()(std::forward<Stored<Args>>(arguments)...); },
+                   m_arguments);
+    }
+
 private:
     // what a slot may change stays the emitter's, all else is a copy
     template <class T>
@@ -51,7 +58,15 @@ public:
 
     bool isAtEnd() const { return m_position == m_slots.end(); }
 
+    bool isAtLast() const
+    {
+        Position next = m_position;
+        return ++next == m_slots.end();
+    }
+
     void call() { m_invoker(**m_position); }
+
+    void callMoving() { m_invoker.moveInto(**m_position); }
 
     /// Passes over suspended slots.
     void step()

@@ -164,6 +164,20 @@ public:
         emission.m_iterator = nullptr;
     }
 
+    template <class... Values>
+    void emitMoving(Values&&... values)
+    {
+        EmissionLock emission(*this);
+        Invoker<S, G> invoker(std::forward<Values>(values)...);
+        Iterator<S, G> slot(emission.getSlots(), invoker);
+        emission.m_iterator = &slot;
+        for (; !slot.isAtEnd() && !slot.isAtLast(); slot.step())
+            slot.call();
+        if (!slot.isAtEnd())
+            slot.callMoving();
+        emission.m_iterator = nullptr;
+    }
+
 private:
     /// An emission may run over this very list: once an emission that was nested in it has ended, `m_emitting` is false
     /// and the list is changed in place.

@@ -4,44 +4,59 @@
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/threads/auto_lock.h"
 
-#include <cstring>
+#include <algorithm>
+#include <optional>
+#include <utility>
 
 namespace ZK
 {
 namespace
 {
-constexpr unsigned int STACK_BYTES = 16 * 1024;
+constexpr unsigned int BLOCK_BYTES = 16 * 1024;
 
 // bits of ActiveFile::m_watch
-constexpr unsigned int WATCH_READ = 1;
-constexpr unsigned int WATCH_WRITE = 2;
-constexpr unsigned int WATCH_TAKE = 4; // what can be read is read
+constexpr unsigned int LISTEN_READY = 1; // to onReadReady
+constexpr unsigned int LISTEN_TEXT = 2;  // to onStringData
+constexpr unsigned int LISTEN_READ = 4;  // to anything that a read tells, onStringData included
+constexpr unsigned int LISTEN_WRITE = 8; // to onWriteReady
 
 FileObserverIf::Type typeOf(unsigned int watch)
 {
-    if ((watch & WATCH_WRITE) == 0)
+    if ((watch & LISTEN_WRITE) == 0)
         return FileObserverIf::READ;
-    return (watch & WATCH_READ) != 0 ? FileObserverIf::READ_WRITE : FileObserverIf::WRITE;
+    return (watch & (LISTEN_READY | LISTEN_READ)) != 0 ? FileObserverIf::READ_WRITE : FileObserverIf::WRITE;
 }
 
-void makeRoom(String& text, unsigned int bytes)
+/// Whether the kernel is to be told of a change. The first one who wants what is read gets a report of what was there
+/// before.
+bool needsNewReport(unsigned int before, unsigned int watch)
+{
+    return watch != 0 && (before == 0 || typeOf(before) != typeOf(watch) || (watch & ~before & LISTEN_READ) != 0);
+}
+
+void setLength(String& text, unsigned int bytes)
 {
     text.native_alloc(static_cast<int>(bytes));
 }
 
-void makeRoom(TString<char>& bytes, unsigned int count)
+void setLength(TString<char>& bytes, unsigned int count)
 {
     bytes.setLength(static_cast<int>(count));
 }
 
-void assign(String& text, char const* block, unsigned int count)
+template <class Data>
+Data dataOf(char const* block, unsigned int count);
+
+template <>
+String dataOf(char const* block, unsigned int count)
 {
-    text = String(block, static_cast<int>(count), 0, static_cast<int>(count));
+    return String(block, static_cast<int>(count), 0, static_cast<int>(count));
 }
 
-void assign(TString<char>& bytes, char const* block, unsigned int count)
+template <>
+TString<char> dataOf(char const* block, unsigned int count)
 {
-    bytes = TString<char>(block, static_cast<int>(count));
+    return TString<char>(block, static_cast<int>(count));
 }
 }
 
@@ -52,7 +67,8 @@ ActiveFile::ActiveFile(ZKEventLoop& loop, String const& path, bool autoClose, bo
       m_mutex(false),
       m_watch(0),
       m_hangupReport(0),
-      m_hasHangupReport(false)
+      m_hasHangupReport(false),
+      m_bringsMuch(false)
 {
     registerSignalObservers();
 }
@@ -64,7 +80,8 @@ ActiveFile::ActiveFile(ZKEventLoop& loop, int fd, bool autoClose, bool autoRemov
       m_mutex(false),
       m_watch(0),
       m_hangupReport(0),
-      m_hasHangupReport(false)
+      m_hasHangupReport(false),
+      m_bringsMuch(false)
 {
     registerSignalObservers();
 }
@@ -76,7 +93,8 @@ ActiveFile::ActiveFile(ActiveFile const& other)
       m_mutex(false),
       m_watch(0),
       m_hangupReport(0),
-      m_hasHangupReport(false)
+      m_hasHangupReport(false),
+      m_bringsMuch(false)
 {
     registerSignalObservers();
 }
@@ -154,21 +172,14 @@ void ActiveFile::registerSignalObservers()
     onHangup.observe(update);
 }
 
-bool ActiveFile::hasTakers() const
-{
-    return onBinaryData.hasSlots() || onStringData.hasSlots() || onHangup.hasSlots() || onError.hasSlots();
-}
-
 unsigned int ActiveFile::wantedWatch() const
 {
     if (!isOpen())
         return 0;
-    unsigned int watch = onWriteReady.hasSlots() ? WATCH_WRITE : 0;
-    if (hasTakers())
-        watch |= WATCH_READ | WATCH_TAKE;
-    else if (onReadReady.hasSlots())
-        watch |= WATCH_READ;
-    return watch;
+    bool const isTextWanted = onStringData.hasSlots();
+    bool const isReadWanted = isTextWanted || onBinaryData.hasSlots() || onHangup.hasSlots() || onError.hasSlots();
+    return (onReadReady.hasSlots() ? LISTEN_READY : 0) | (isTextWanted ? LISTEN_TEXT : 0) |
+           (isReadWanted ? LISTEN_READ : 0) | (onWriteReady.hasSlots() ? LISTEN_WRITE : 0);
 }
 
 // Two threads may connect and disconnect slots of two signals at once. Each changes its signal first and then compares
@@ -176,36 +187,42 @@ unsigned int ActiveFile::wantedWatch() const
 // least one of the two sees what the other one did.
 void ActiveFile::updateObservers()
 {
-    while (wantedWatch() != m_watch.load())
-        watchWanted();
-}
-
-void ActiveFile::watchWanted()
-{
-    Detail::LoopStandstill const standstill(*m_loop);
-    ZKAutoLock<ZKMutexPrivate> const guard(m_mutex);
-    setWatch(wantedWatch());
+    for (;;)
+    {
+        unsigned int const before = m_watch.load();
+        unsigned int const watch = wantedWatch();
+        if (watch == before)
+            return;
+        changeWatch(before, watch);
+    }
 }
 
 void ActiveFile::endWatch()
 {
-    if (m_watch.load() == 0)
-        return;
-    Detail::LoopStandstill const standstill(*m_loop);
-    ZKAutoLock<ZKMutexPrivate> const guard(m_mutex);
-    setWatch(0);
+    for (unsigned int before = 0; (before = m_watch.load()) != 0;)
+        changeWatch(before, 0);
 }
 
-void ActiveFile::setWatch(unsigned int watch)
+/// Without effect if another thread has been faster.
+void ActiveFile::changeWatch(unsigned int before, unsigned int watch)
 {
-    m_watch.store(watch);
+    // The loop's thread may be using an observer that is there.
+    std::optional<Detail::LoopStandstill> standstill;
+    if (before != 0 && (watch == 0 || needsNewReport(before, watch)))
+        standstill.emplace(*m_loop);
+    ZKAutoLock<ZKMutexPrivate> const guard(m_mutex);
+    if (m_watch.compare_exchange_strong(before, watch))
+        adjustObservers(before, watch);
+}
+
+void ActiveFile::adjustObservers(unsigned int before, unsigned int watch)
+{
     ZKLWPtr<FileObserverFn> observer = m_readObserver ? m_readObserver : m_writeObserver;
     if (watch != 0 && !observer)
         observer = makeObserver();
-    m_writeObserver = (watch & WATCH_WRITE) != 0 ? observer : ZKLWPtr<FileObserverFn>();
-    m_readObserver = (watch & WATCH_READ) != 0 ? observer : ZKLWPtr<FileObserverFn>();
-    // Enabling anew has the kernel report once more what was there before somebody wanted it.
-    if (watch != 0)
+    m_writeObserver = (watch & LISTEN_WRITE) != 0 ? observer : ZKLWPtr<FileObserverFn>();
+    m_readObserver = (watch & ~LISTEN_WRITE) != 0 ? observer : ZKLWPtr<FileObserverFn>();
+    if (needsNewReport(before, watch))
         observer->enable(*this, typeOf(watch));
 }
 
@@ -229,60 +246,76 @@ void ActiveFile::onHangupReported()
 void ActiveFile::_onReadyForReading()
 {
     ZKLWPtr<ActiveFile> const self(this);
-    if (onReadReady.hasSlots())
+    if ((m_watch.load() & LISTEN_READY) != 0)
         onReadReady();
-    // A slot may have closed the file, or have left nobody who takes the data.
-    if (!isOpen() || !hasTakers())
-        return;
-    if (onStringData.hasSlots())
+    // A slot may have closed the file, or left nobody who wants what is read.
+    unsigned int const watch = m_watch.load();
+    if ((watch & LISTEN_TEXT) != 0)
         readAndRaise(onStringData);
-    else
+    else if ((watch & LISTEN_READ) != 0)
         readAndRaise(onBinaryData);
 }
 
 template <class Data>
 void ActiveFile::readAndRaise(Sig::Signal<void(Data)>& onData)
 {
-    Data data;
-    XCode const code = readReported(data);
-    if (code == Detail::codeOfErrno(ECONNRESET) || (code.isSuccess() && data.isEmpty()))
-    {
-        m_hangupReport = m_loop->getFileQueue().getProcessedEvents();
-        m_hasHangupReport = true;
-        onHangup();
-    }
-    else if (code.isErr())
-        onError(code);
+    XCode code;
+    Data data = readReported<Data>(code);
+    if (!data.isEmpty())
+        onData.emitMoving(std::move(data));
     else
-        onData(std::move(data));
+        raiseFailure(code);
 }
 
-/// Reads until nothing more is there, or `data` is full. Then the kernel, which reports arrivals only, is asked to report
-/// anew.
+/// Reads until nothing more is there, or the most is read. Then the kernel, which reports arrivals only, is asked to
+/// report anew.
+///
+/// Most reports bring little, for which a value of its size is made at the end. A file that brought much last time is
+/// read into the value itself.
 template <class Data>
-XCode ActiveFile::readReported(Data& data)
+Data ActiveFile::readReported(XCode& code)
 {
-    char block[STACK_BYTES];
+    char block[BLOCK_BYTES];
     unsigned int count = 0;
     bool eof = false;
-    XCode code = readToEof(block, STACK_BYTES, count, eof, true);
-    if (count < STACK_BYTES)
+    if (!m_bringsMuch)
+        code = readToEof(block, BLOCK_BYTES, count, eof, true);
+    Data data = dataOf<Data>(block, count);
+    if (!m_bringsMuch && count < BLOCK_BYTES)
+        return data;
+
+    data.reserve(static_cast<int>(MAX_DATA_BYTES));
+    unsigned int const room = std::min(static_cast<unsigned int>(data.capacity()), MAX_DATA_BYTES);
+    unsigned int added = 0;
+    XCode const rest = readToEof(data.data() + count, room - count, added, eof, true);
+    if (count == 0)
+        code = rest;
+    count += added;
+    if (count == room)
+        requestReport();
+    m_bringsMuch = count >= BLOCK_BYTES;
+    if (count < room / 2)
+        return dataOf<Data>(data.data(), count);
+    setLength(data, count);
+    return data;
+}
+
+void ActiveFile::requestReport()
+{
+    ZKAutoLock<ZKMutexPrivate> const guard(m_mutex);
+    if (m_readObserver)
+        m_loop->getFileQueue().rearmFileObserver(m_readObserver.get());
+}
+
+void ActiveFile::raiseFailure(XCode const& code)
+{
+    if (code.isErr() && code != Detail::codeOfErrno(ECONNRESET))
     {
-        if (count > 0)
-            assign(data, block, count);
-        return code;
+        onError(code);
+        return;
     }
-    makeRoom(data, MAX_DATA_BYTES);
-    std::memcpy(data.data(), block, STACK_BYTES);
-    readToEof(data.data() + STACK_BYTES, MAX_DATA_BYTES - STACK_BYTES, count, eof, true);
-    count += STACK_BYTES;
-    makeRoom(data, count);
-    if (count == MAX_DATA_BYTES)
-    {
-        ZKAutoLock<ZKMutexPrivate> const guard(m_mutex);
-        if (m_readObserver)
-            m_readObserver->enable(*this, typeOf(m_watch.load()));
-    }
-    return code;
+    m_hangupReport = m_loop->getFileQueue().getProcessedEvents();
+    m_hasHangupReport = true;
+    onHangup();
 }
 }

@@ -97,15 +97,16 @@ private:
 
     void onHangupReported();
     unsigned int wantedWatch() const;
-    bool hasTakers() const;
-    void setWatch(unsigned int watch);
-    void watchWanted();
     void endWatch();
+    void changeWatch(unsigned int before, unsigned int watch);
+    void adjustObservers(unsigned int before, unsigned int watch);
     ZKLWPtr<FileObserverFn> makeObserver();
     template <class Data>
-    XCode readReported(Data& data);
-    template <class Data>
     void readAndRaise(Sig::Signal<void(Data)>& onData);
+    template <class Data>
+    Data readReported(XCode& code);
+    void requestReport();
+    void raiseFailure(XCode const& code);
 
     ZKEventLoop* m_loop;
     ZKLWPtr<FileObserverFn> m_readObserver; // null while nobody listens to read-side signals
@@ -116,5 +117,6 @@ private:
     std::atomic<unsigned int> m_watch; // what the observers are for, see the source
     unsigned int m_hangupReport;       // the loop's number of the report in which onHangup was raised last
     bool m_hasHangupReport;
+    bool m_bringsMuch; // the last report did
 };
 }
