@@ -91,6 +91,8 @@ public:
     Sig::Signal<void()> onHangup{this};                  ///< the other side is gone
 
 private:
+    class Observer;
+
     void updateObservers();
     void registerSignalObservers();
     void _onReadyForReading();
@@ -100,11 +102,11 @@ private:
     void endWatch();
     void changeWatch(unsigned int before, unsigned int watch);
     void adjustObservers(unsigned int before, unsigned int watch);
-    ZKLWPtr<FileObserverFn> makeObserver();
     template <class Data>
     void readAndRaise(Sig::Signal<void(Data)>& onData);
     template <class Data>
     Data readReported(XCode& code);
+    XCode drain(char* buffer, unsigned int size, unsigned int& count) const;
     void requestReport();
     void raiseFailure(XCode const& code);
 
@@ -117,6 +119,7 @@ private:
     std::atomic<unsigned int> m_watch; // what the observers are for, see the source
     unsigned int m_hangupReport;       // the loop's number of the report in which onHangup was raised last
     bool m_hasHangupReport;
-    bool m_bringsMuch; // the last report did
+    bool m_bringsMuch;      // the last report did
+    bool m_shortReadDrains; // a read that gives less than it could has taken all
 };
 }

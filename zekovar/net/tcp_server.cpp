@@ -63,7 +63,7 @@ void TcpServer::_onAccept(ZKPPtr<TcpSocket> client)
     auto const receive = [self = m_self, socket = client.getObj()](TString<char> data)
     {
         if (*self != nullptr)
-            (*self)->clientData(socket, std::move(data));
+            (*self)->clientData.emitMoving(socket, std::move(data));
     };
     auto const end = [self = m_self, socket = client.getObj()]
     {
