@@ -113,12 +113,12 @@ protected:
         return result;
     }
 
+    std::mutex m_mutex; // guards m_told
+    std::string m_told; // outlives the loop
     TestLoop m_loop;
     unsigned int m_observers = 0; // the loop's own
     ZKLWPtr<ActiveFile> m_file;
     ZKFile m_peer;
-    std::mutex m_mutex; // guards m_told
-    std::string m_told;
 };
 }
 
@@ -311,7 +311,7 @@ TEST_F(ActiveFileTest, ThreadsMayConnectToDifferentSignalsAtOnce)
         for (int i = 0; i < 300; i++)
         {
             ZK::Sig::Connection connection = signal.connect(slot);
-            EXPECT_EQ(watches(), 1u);
+            EXPECT_TRUE(eventually([&] { return watches() == 1; }));
             connection.disconnect();
         }
     };

@@ -20,26 +20,29 @@ namespace ZK
 /// what arrives stays in the kernel, to be delivered once a slot is connected. Only descriptors that can be polled are
 /// reported: pipes, fifos, sockets, terminals, but no regular files.
 ///
-/// One report raises `onReadReady`, reads, and raises one of the other four:
+/// One report of the kernel raises `onReadReady`, reads, and raises one of the other four:
 ///
-/// | the read gives                     | raised                                                     |
-/// | ---------------------------------- | ---------------------------------------------------------- |
-/// | bytes                              | `onStringData` if it has a slot, otherwise `onBinaryData`  |
-/// | the end of the input, ECONNRESET   | `onHangup`, once a report; the file stays open             |
-/// | another failure                    | `onError`                                                  |
+/// | the read gives           | raised                                                    |
+/// | ------------------------ | --------------------------------------------------------- |
+/// | bytes                    | `onStringData` if it has a slot, otherwise `onBinaryData` |
+/// | the end, or ECONNRESET   | `onHangup`, once a report; the file stays open            |
+/// | another failure          | `onError`                                                 |
 ///
-/// The read takes all that is there, up to `MAX_DATA_BYTES`; more than that arrives in further reports, between which the
-/// loop serves its other files. While only `onReadReady` has slots they are in charge: nothing else is read, and a slot
-/// reads until EAGAIN, because the next report comes with the next arrival. Once any other signal has a slot, what no
-/// data slot takes is read and dropped; so whoever wants the data connects to it first.
+/// The kernel reports arrivals only, so the read takes all that is there. Of more than `MAX_DATA_BYTES` the rest comes in
+/// further reports, between which the loop serves its other files. While only `onReadReady` has slots, these are in charge:
+/// nothing else is read, and a slot that leaves something hears of it with the next arrival. Once any other signal has a
+/// slot, what no data slot takes is read and dropped; so whoever wants the data connects to it first. EAGAIN is a failure
+/// like others: `onError` tells it if a slot of `onReadReady` has taken all.
 ///
-/// A counted object for the heap, but without a count that matters it may be a member or a local object too. Signals are
-/// raised on the loop's thread. A slot may close and reopen the file, connect and disconnect slots of any signal, and drop
-/// the last reference, which destroys the file when the report has been served. On other threads, dropping the last
-/// reference, disconnecting the last slot and closing a watched file wait until the loop stands still between two
-/// handlers (a loop that isn't running is not waited for), so not with a lock held that a handler needs. Signals of one
-/// file may be connected on several threads at once, each signal on one at a time; the other operations belong to one
-/// thread at a time. The loop must outlive its files.
+/// Signals are raised on the loop's thread. A slot may close and reopen the file, connect and disconnect slots of any
+/// signal, and drop the last reference, which destroys the file when the report has been served. Another thread may
+/// connect the first slot of a signal, two threads at once to two signals; it disconnects slots, and connects to a signal
+/// that has some, while it is synchronised to the loop. It may also close the file and drop the last reference. What ends
+/// or changes a watch waits until the loop stands still between two handlers (one that isn't running isn't waited for), so
+/// that must not be done with a lock held that a handler needs. The loop must outlive its files.
+///
+/// An object that isn't counted, a member or a local one, is destroyed on the loop's thread or synchronised to it if a slot
+/// was ever connected.
 ///
 ///     ZKPtr<ZK::ActiveFile> input(ZK::MovePtr<ZK::ActiveFile>(new ZK::ActiveFile(IO::INSTANCE(), fd, true, false)));
 ///     input->onStringData.connect(ZK::bindArgs(&Console::read, this, std::placeholders::_1));
@@ -55,8 +58,7 @@ public:
     /// Takes `fd`, which may be -1. The counted object has no lock.
     ActiveFile(ZKEventLoop& loop, int fd, bool autoClose, bool autoRemove);
 
-    /// Shares the other's descriptor record, and has signals without slots and no lock. Only one of the two can be
-    /// watched at a time.
+    /// Shares the other's descriptor, and has signals without slots and no lock. A loop can watch only one of the two.
     ActiveFile(ActiveFile const& other);
     ActiveFile(ActiveFile&& other);
 
@@ -112,12 +114,15 @@ private:
 
     ZKEventLoop* m_loop;
     ZKLWPtr<FileObserverFn> m_readObserver; // null while nobody listens to read-side signals
-    ZKLWPtr<FileObserverFn>
-        m_writeObserver;               // null while nobody listens to onWriteReady; one descriptor can be watched only
-                                       // once, so this is the read observer if both are wanted
+
+    // Null while nobody listens to onWriteReady. A descriptor can be watched only once: if both are wanted, this is the
+    // read observer.
+    ZKLWPtr<FileObserverFn> m_writeObserver;
     ZKMutexPrivate m_mutex;            // guards the observers; taken while the loop stands still, or by itself
     std::atomic<unsigned int> m_watch; // what the observers are for, see the source
-    unsigned int m_hangupReport;       // the loop's number of the report in which onHangup was raised last
+
+    // only for the loop's thread
+    unsigned int m_hangupReport; // the queue's number of the report in which onHangup was raised last
     bool m_hasHangupReport;
     bool m_bringsMuch;      // the last report did
     bool m_shortReadDrains; // a read that gives less than it could has taken all
