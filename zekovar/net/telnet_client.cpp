@@ -31,6 +31,13 @@ XCode refuseOnLoop(char const* action)
     return failure("CANNOT %s SYNCHRONOUSLY WHILE SYNCHRONIZED ON IO EVENT LOOP", action);
 }
 
+/// Null if the expression isn't valid, or not in the form that connections use.
+ZKPtr<ZKRegEx::Pattern> compile(String const& expression)
+{
+    ZKPtr<ZKRegEx::Pattern> pattern = ZKRegEx::COMPILE_EXPRESSION(expression);
+    return pattern && Detail::compilePrompt(expression) ? pattern : ZKPtr<ZKRegEx::Pattern>();
+}
+
 String promptFor(String const& user, String const& prompt)
 {
     return user.isEmpty() ? String() : prompt;
@@ -93,9 +100,9 @@ TelnetClient::TelnetClient(String const& name, RTD::Monitor* monitor, String con
     m_settings.port = port;
     m_settings.user = user;
     m_settings.password = password;
-    m_settings.userPrompt = ZKRegEx::COMPILE_EXPRESSION(userPrompt);
-    m_settings.passwordPrompt = ZKRegEx::COMPILE_EXPRESSION(passwordPrompt);
-    m_settings.prompt = ZKRegEx::COMPILE_EXPRESSION(prompt);
+    m_settings.userPrompt = compile(userPrompt);
+    m_settings.passwordPrompt = compile(passwordPrompt);
+    m_settings.prompt = compile(prompt);
     m_log.debug(DETAIL_LEVEL, "Telnet Client created: run in thread %s", name.c_str());
 }
 
@@ -312,7 +319,7 @@ XCode TelnetClient::changePattern(PatternPtr& pattern, String const& expression,
         return failure("CANNOT CHANGE %s PROMPT PATTERN WHILE A CONNECTION IS ONGOING", name);
     if (!expression.isEmpty() && !expression.endsWith("$"))
         return failure("INVALID %s PROMPT REGEX: %s, MUST END WITH '$' OR MUST BE EMPTY", name, expression.c_str());
-    PatternPtr compiled = ZKRegEx::COMPILE_EXPRESSION(expression);
+    PatternPtr compiled = compile(expression);
     if (!compiled)
         return failure("FAILED TO SET %s  PROMPT: INVALID REGULAR EXPRESSION: %s", name, expression.c_str());
     pattern = std::move(compiled);
@@ -333,7 +340,7 @@ XCode TelnetClient::setPromptPattern(String const& expression)
 {
     if (!expression.endsWith("$"))
         return failure("INVALID PROMPT REGEX: %s, MUST END WITH '$'", expression.c_str());
-    PatternPtr compiled = ZKRegEx::COMPILE_EXPRESSION(expression);
+    PatternPtr compiled = compile(expression);
     if (!compiled)
         return failure("FAILED TO SET  PROMPT: INVALID REGULAR EXPRESSION: %s", expression.c_str());
     ZKPtr<Processor> processor;

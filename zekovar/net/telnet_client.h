@@ -122,7 +122,8 @@ public:
     XCode disconnectSync();
 
     /// Sends `data` as it stands, so a command ends in "\n". "CANNOT SEND DATA: PROMPT NOT READY" unless `isPromptReady`.
-    /// A failure to send disconnects.
+    /// More than a few kilobytes may have to wait until the host takes them, without a time-out. A failure to send
+    /// disconnects.
     XCode sendAsync(String const& data);
 
     /// As above, and waits for the prompt. `out` and `err` get what the command has written, as in `waitForPrompt`.

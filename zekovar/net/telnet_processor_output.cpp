@@ -225,7 +225,7 @@ void TelnetClient::Processor::onErrorReceived(String chunk)
         Detail::appendGrowing(m_errors, chunk);
 }
 
-/// The program's own result is dropped.
+/// The program's own result is dropped. `text` is what it wrote before there was an observer, often nothing.
 void TelnetClient::Processor::onTelnetDisconnet(XCode, String text)
 {
     XCode code;
@@ -234,10 +234,8 @@ void TelnetClient::Processor::onTelnetDisconnet(XCode, String text)
         bool const isWanted = m_state == State::DISCONNECTING;
         code = codeOfErrno(isWanted ? ECONNABORTED : ECONNRESET);
         m_log.debug(DETAIL_LEVEL, "Disconnected event triggered by %s", isWanted ? "client" : "server");
-        if (text.isEmpty())
-            text = m_errors;
-        if (!text.isEmpty())
-            code.setString(text);
+        if (String const& reason = m_errors.isEmpty() ? text : m_errors; !reason.isEmpty())
+            code.setString(reason);
         setDisconnectedState(code);
     }
     broadcast(m_client, &TelnetClientObserver::onDisconnected, code);

@@ -1,0 +1,249 @@
+#include "zekovar/net/telnet_processor.h"
+
+#include "tests/captured_syslog.h"
+#include "tests/net/telnet_login.h"
+#include "tests/string_printer.h"
+#include "tests/temporary_directory.h"
+#include "zekovar/diagnostics/repository.h"
+#include "zekovar/events/event_sync.h"
+#include "zekovar/events/standard_loops.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <spawn.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+using testing::AllOf;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+TEST_F(TelnetLogin, ObserversMaySendAndLeave)
+{
+    class Operator : public Watcher
+    {
+        void react(std::string const& kind, Event& event) override
+        {
+            ZKPtr<TelnetClient> const client = event.getSource();
+            XCode code;
+            if (kind == "connected")
+                code = client->sendAsync("one\n");
+            else if (kind == "done")
+                code = client->sendAsync("exit\n");
+            else if (kind == "disconnected")
+                code = client->removeObserver(delegate());
+            EXPECT_TRUE(code) << code.toString().c_str();
+        }
+    };
+
+    ScriptedHost host(&serve);
+    ZKPtr<TelnetClient> const client = newClient(host.port());
+    Watcher first, last;
+    Operator worker;
+    ASSERT_TRUE(client->addObserver(last.delegate(), 2));
+    ASSERT_TRUE(client->addObserver(worker.delegate(), 1));
+    ASSERT_TRUE(client->addObserver(first.delegate(), 0));
+    ASSERT_TRUE(client->connectAsync());
+    EXPECT_TRUE(last.waitFor("disconnected", std::to_string(RESET)));
+    for (Watcher const* watcher : {&first, static_cast<Watcher*>(&worker), &last})
+        EXPECT_THAT(watcher->kinds(), AllOf(Contains("done"), Contains("connected"), Contains("disconnected")));
+    EXPECT_EQ(last.get("done"), "ran one");
+
+    ASSERT_TRUE(client->connectSync());
+    EXPECT_TRUE(client->disconnectSync());
+    EXPECT_TRUE(eventually([&] { return last.get("disconnected") != worker.get("disconnected"); }));
+    EXPECT_EQ(worker.get("connected"), first.get("connected").substr(0, worker.get("connected").size()));
+}
+
+TEST_F(TelnetLogin, LoopCanOnlyHangUp)
+{
+    std::atomic<bool> hasLeft = false;
+    ScriptedHost host(
+        [&](Caller& caller)
+        {
+            serve(caller);
+            hasLeft = true;
+        });
+    ZKPtr<TelnetClient> const client = newClient(host.port());
+    Watcher watcher;
+    ASSERT_TRUE(client->addObserver(watcher.delegate(), 0));
+    ASSERT_TRUE(client->connectSync());
+    {
+        ZKAutoLock<ZKEventLoop> const stop(IO::INSTANCE());
+        EXPECT_EQ(client->waitForPrompt().toString(), "CANNOT WAIT FOR PROMPT WHILE SYNCHRONIZED ON IO EVENT LOOP");
+        EXPECT_EQ(client->disconnectAsync().toString(),
+                  "FAILED TO CANCEL JOB: CANNOT CANCEL SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
+        EXPECT_TRUE(client->isDisconnected());
+        EXPECT_EQ(
+            client->connectAsync().toString(),
+            String::stringOfFormat("CANNOT CONNECT TO HOST (127.0.0.1:%u): CANNOT EXECUTE SHELL WHILE SYNCHRONIZED "
+                                   "ON IO EVENT LOOP",
+                                   host.port()));
+        EXPECT_TRUE(client->isDisconnected());
+    }
+    EXPECT_TRUE(eventually([&] { return hasLeft.load(); })) << "the program has lost its terminal";
+    EXPECT_THAT(watcher.kinds(), ElementsAre("connected"));
+    EXPECT_TRUE(client->connectSync());
+    EXPECT_TRUE(client->disconnectSync());
+}
+
+TEST_F(TelnetLogin, PasswordIsInNoLine)
+{
+    auto& repository = RTD::REPOSITORY::_INSTANCE();
+    ZKPPtr<RTD::Monitor> const monitor = repository->addMonitor(MON_TEST, RTD::NO_SLOT, RTD::NO_PORT);
+    monitor->setMinDebugLevel(9);
+    CapturedSyslog log;
+    Watcher watcher;
+    ScriptedHost host(
+        [&](Caller& caller)
+        {
+            EXPECT_TRUE(askForLogin(caller));
+            caller.say("secr"); // what no host should do
+            EXPECT_TRUE(watcher.waitFor("data", "secr"));
+            caller.say("et\r\n>\r");
+            EXPECT_TRUE(watcher.waitFor("connected", ">"));
+            caller.say("secret");
+            EXPECT_TRUE(watcher.waitFor("data", ">\rsecret"));
+            serveCommands(caller);
+        });
+    ZKPtr<TelnetClient> client = newClient(host.port(), "secret", monitor.getObj());
+    ASSERT_TRUE(client->addObserver(watcher.delegate(), 0));
+    ASSERT_TRUE(client->connectSync());
+    EXPECT_TRUE(watcher.waitFor("data", ">\rsecret"));
+    String out;
+    EXPECT_TRUE(client->sendSync("passwd secret\n", out));
+    EXPECT_TRUE(client->disconnectSync());
+    EXPECT_TRUE(watcher.waitFor("disconnected", std::to_string(ABORTED)));
+    EXPECT_TRUE(eventually([&] { return client->getRefCount() == 1; }));
+    client = nullptr;
+
+    std::vector<std::string> const lines = log.lines();
+    EXPECT_THAT(lines, Each(Not(HasSubstr("secr"))));
+    EXPECT_THAT(lines, Each(Not(HasSubstr("73 65 63"))));
+    for (char const* part : {"Telnet Client created: run in thread ",
+                             "[Telnet-0x",
+                             "Telnet Client Processor created: 127.0.0.1:",
+                             "Start Synchronous connection to host 127.0.0.1:",
+                             "State changed from Connecting to WaitingUserPrompt",
+                             "Check User prompt:",
+                             "Send user name: joe",
+                             "Check Password prompt:",
+                             "Send password: ***",
+                             "State changed from WaitingPasswdPrompt to WaitingPrompt",
+                             "Check prompt:",
+                             "Data received in PromptReady state ignored:",
+                             "Send Synchronous data to host 127.0.0.1:",
+                             "data=passwd ***",
+                             "State changed from SendingData to PromptReady",
+                             "remove prompt buff-len=",
+                             "remove echo buff-len=",
+                             "Disconnecting...",
+                             "Disconnected event triggered by client",
+                             "State changed from Disconnecting to Disconnected",
+                             "Telnet Client Processor destroyed: 127.0.0.1:",
+                             "Telnet Client destroyed: 127.0.0.1"})
+        EXPECT_THAT(lines, Contains(HasSubstr(part)));
+    repository->removeMonitor(monitor.getObj());
+}
+
+TEST_F(TelnetLogin, ClientsMayGoOnAnyThread)
+{
+    class CountedClient : public TelnetClient
+    {
+    public:
+        CountedClient(std::atomic<int>& count, unsigned int port)
+            : TelnetClient("127.0.0.1", port, "joe", "secret", DEFAULT_USER_PROMPT, DEFAULT_PASSWORD_PROMPT,
+                           DEFAULT_PROMPT),
+              m_count(count)
+        {
+            ++m_count;
+        }
+
+        ~CountedClient() override { --m_count; }
+
+    private:
+        std::atomic<int>& m_count;
+    };
+
+    std::atomic<int> count = 0;
+    ScriptedHost host(&serve);
+    for (int round = 0; round < 6; ++round)
+    {
+        ZKPtr<TelnetClient> client(ZK::MovePtr<TelnetClient>(new CountedClient(count, host.port())));
+        Watcher watcher;
+        ASSERT_TRUE(client->addObserver(watcher.delegate(), 0));
+        auto const connect = [client] { client->connectSync(); };
+        auto const work = [client]
+        {
+            client->setWaitPromptRefreshPeriod(20);
+            client->waitForPrompt();
+            String out;
+            client->sendSync("one\n", out);
+        };
+        // some come before the program, some while it starts, some when it is ready
+        auto const leave = [client, &watcher, round]
+        {
+            eventually(
+                [&] {
+                    return round % 3 == 0 || watcher.get("data").find(round % 3 == 1 ? "T" : ">") != std::string::npos;
+                });
+            client->disconnectSync();
+        };
+        std::vector<std::thread> threads;
+        threads.emplace_back(connect);
+        threads.emplace_back(work);
+        threads.emplace_back(leave);
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_TRUE(client->disconnectSync());
+    }
+    EXPECT_TRUE(eventually([&] { return count == 0; })) << count;
+}
+
+TEST_F(TelnetLogin, RealServerLetsIn)
+{
+    if (!isInstalled("telnetd") || ::geteuid() != 0)
+        GTEST_SKIP() << "there is no telnet server, or it may not be started";
+    TemporaryDirectory directory;
+    std::string const login = (directory / "login").c_str();
+    std::ofstream(login) << R"(#!/bin/sh
+printf 'login: '; read -r user
+stty -echo; printf 'Password: '; read -r password; stty echo; echo
+[ "$user/$password" = joe/secret ] || { printf 'Login incorrect\nlogin: '; read -r user; exit 1; }
+while printf '>'; read -r line; do $line; done)";
+    std::filesystem::permissions(login, std::filesystem::perms::owner_all);
+    ScriptedHost host(
+        [&](Caller& caller)
+        {
+            posix_spawn_file_actions_t files;
+            posix_spawn_file_actions_init(&files);
+            for (int fd = 0; fd < 3; ++fd)
+                posix_spawn_file_actions_adddup2(&files, caller.fd(), fd);
+            char const* const args[] = {"telnetd", "-h", "-E", login.c_str(), nullptr};
+            pid_t pid = 0;
+            EXPECT_EQ(::posix_spawn(&pid, "/usr/sbin/telnetd", &files, nullptr, const_cast<char**>(args), environ), 0);
+            posix_spawn_file_actions_destroy(&files);
+            ::waitpid(pid, nullptr, 0);
+        });
+    for (char const* password : {"secret", "guess"})
+    {
+        ZKPtr<TelnetClient> const client = newClient(host.port(), password);
+        XCode const code = client->connectSync();
+        EXPECT_EQ(code.getValue(), strcmp(password, "secret") == 0 ? XCODE_SUCCESS : XCodeValue(REFUSED))
+            << code.toString().c_str();
+        String out;
+        XCode const sent = client->sendSync("echo one  two\n", out);
+        EXPECT_EQ(sent.isSuccess(), code.isSuccess()) << sent.toString().c_str();
+        EXPECT_EQ(out, code ? "one two" : "");
+        EXPECT_TRUE(client->disconnectSync());
+    }
+}
