@@ -211,7 +211,7 @@ TEST_F(TelnetLogin, ClientsMayGoOnAnyThread)
 
 TEST_F(TelnetLogin, RealServerLetsIn)
 {
-    if (!isInstalled("telnetd") || ::geteuid() != 0)
+    if (::access("/usr/sbin/telnetd", X_OK) != 0 || ::geteuid() != 0)
         GTEST_SKIP() << "there is no telnet server, or it may not be started";
     TemporaryDirectory directory;
     std::string const login = (directory / "login").c_str();

@@ -247,7 +247,7 @@ XCode TelnetClient::Processor::waitForAnswer(unsigned int& refreshes)
     {
         unsigned int const slice = period > 0 ? std::min(period, remaining) : remaining;
         remaining -= slice;
-        XCode const code = waitForAnswerUpTo(slice);
+        XCode code = waitForAnswerUpTo(slice);
         if (!(code == codeOfErrno(ETIMEDOUT)) || remaining == 0)
             return code;
         refresh();
@@ -281,7 +281,7 @@ XCode TelnetClient::Processor::waitUntil(unsigned int seconds, Condition conditi
     deadline += 1000ULL * seconds;
     while (!condition())
     {
-        XCode const code = m_lock.waitUntil(deadline);
+        XCode code = m_lock.waitUntil(deadline);
         if (code.isErr() && !condition())
             return code;
     }

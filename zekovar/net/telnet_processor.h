@@ -80,9 +80,9 @@ public:
     void setWaitPromptRefreshPeriod(unsigned int seconds);
 
     /// For the program, in the loop's place: a piece of standard output, or error, and the end.
-    void onDataReceived(String chunk);
-    void onErrorReceived(String chunk);
-    void onTelnetDisconnet(XCode result, String text);
+    void onDataReceived(String const& chunk);
+    void onErrorReceived(String const& chunk);
+    void onTelnetDisconnet(XCode const& result, String const& text);
 
 private:
     /// What came of a piece of output, for the observers.

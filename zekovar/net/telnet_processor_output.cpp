@@ -25,7 +25,7 @@ XCode failure(int errorNumber, char const* text)
 }
 }
 
-void TelnetClient::Processor::onDataReceived(String chunk)
+void TelnetClient::Processor::onDataReceived(String const& chunk)
 {
     ZKPtr<Processor> const self(this); // an observer may end the connection
     Progress progress;
@@ -211,7 +211,7 @@ void TelnetClient::Processor::saveAndClearTexts()
     m_savedErrors = std::exchange(m_errors, String());
 }
 
-void TelnetClient::Processor::onErrorReceived(String chunk)
+void TelnetClient::Processor::onErrorReceived(String const& chunk)
 {
     ZKPtr<Processor> const self(this);
     {
@@ -226,7 +226,7 @@ void TelnetClient::Processor::onErrorReceived(String chunk)
 }
 
 /// The program's own result is dropped. `text` is what it wrote before there was an observer, often nothing.
-void TelnetClient::Processor::onTelnetDisconnet(XCode, String text)
+void TelnetClient::Processor::onTelnetDisconnet(XCode const&, String const& text)
 {
     XCode code;
     {
