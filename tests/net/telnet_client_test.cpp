@@ -126,6 +126,27 @@ TEST_F(TelnetLogin, WrongPasswordIsTold)
     EXPECT_EQ(watcher.get("failed"), std::to_string(REFUSED) + " WRONG CREDENTIALS");
 }
 
+TEST_F(TelnetLogin, WrongPasswordIsStillToldWhenTheHostHasHungUp)
+{
+    ScriptedHost host(
+        [](Caller& caller)
+        {
+            askForLogin(caller);
+            caller.say("\r\nLogin incorrect\r\nlogin: ");
+        });
+    ZKPtr<TelnetClient> const client = newClient(host.port(), "guess");
+    Watcher watcher;
+    ASSERT_TRUE(client->addObserver(watcher.delegate(), 0));
+    ASSERT_TRUE(client->connectAsync());
+    ASSERT_TRUE(watcher.waitFor("failed", "WRONG CREDENTIALS"));
+    ASSERT_TRUE(watcher.waitFor("disconnected", std::to_string(RESET)));
+    String out, err;
+    XCode const code = client->waitForPrompt(out, err);
+    EXPECT_EQ(code.getValue(), REFUSED);
+    EXPECT_EQ(code.toString(), "WRONG CREDENTIALS");
+    EXPECT_THAT(out.c_str(), HasSubstr("Login incorrect"));
+}
+
 TEST_F(TelnetLogin, PromptsMayComeInPieces)
 {
     Watcher watcher;

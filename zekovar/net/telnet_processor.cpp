@@ -293,10 +293,9 @@ XCode TelnetClient::Processor::waitForDisconnect()
     if (XCode code = refuseOnLoop("DISCONNECT"); code.isErr())
         return code;
     ZKAutoLock<ConditionalExpression> const guard(m_lock);
-    XCode code = waitUntil(m_timeout, [this] { return m_state == State::DISCONNECTED; });
-    if (code.isErr())
-        code.setStringF("INVALID STATE: %s", GET_STATE_NAME(m_state));
-    return code;
+    if (waitUntil(m_timeout, [this] { return m_state == State::DISCONNECTED; }))
+        return XCODE_SUCCESS;
+    return failure(String::stringOfFormat("INVALID STATE: %s", GET_STATE_NAME(m_state)));
 }
 
 bool TelnetClient::Processor::hasAnswer() const

@@ -199,9 +199,12 @@ void TelnetClient::Processor::handleConnectionError(XCode const& code)
 
 void TelnetClient::Processor::setDisconnectedState(XCode const& code)
 {
-    m_result = code;
-    m_savedOutput = m_output;
-    m_savedErrors = m_errors;
+    if (m_state != State::CONNECTION_ERROR) // whose reason isn't lost on those who haven't asked for it yet
+    {
+        m_result = code;
+        m_savedOutput = m_output;
+        m_savedErrors = m_errors;
+    }
     setState(State::DISCONNECTED);
 }
 
