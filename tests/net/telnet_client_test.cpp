@@ -94,6 +94,38 @@ TEST_F(TelnetLogin, RunsCommandsAndTellsItsObservers)
     EXPECT_THAT(watcher.get("data"), HasSubstr("Welcome"));
 }
 
+TEST_F(TelnetLogin, ObserversAreToldInTheClientsOrder)
+{
+    class Named : public Watcher
+    {
+    public:
+        Named(char name, std::string& order) : m_name(name), m_order(order) {}
+
+    private:
+        void react(std::string const& kind, Event&) override
+        {
+            if (kind == "connected")
+                m_order += m_name;
+        }
+
+        char m_name;
+        std::string& m_order;
+    };
+
+    std::string order;
+    Named first('a', order), second('b', order), urgent('c', order);
+    ScriptedHost host(&serve);
+    ZKPtr<TelnetClient> const client = newClient(host.port());
+    ASSERT_TRUE(client->addObserver(first.delegate(), 1));
+    ASSERT_TRUE(client->addObserver(second.delegate(), 1));
+    ASSERT_TRUE(client->addObserver(urgent.delegate(), 0));
+    ASSERT_TRUE(client->connectSync());
+    for (Watcher const* watcher : {&first, &second, &urgent})
+        EXPECT_TRUE(watcher->waitFor("connected", ">"));
+    EXPECT_EQ(order, "cba") << "the last one first among equals";
+    EXPECT_TRUE(client->disconnectSync());
+}
+
 TEST_F(TelnetLogin, EchoAndPromptStayIfWanted)
 {
     ScriptedHost host(&serve);

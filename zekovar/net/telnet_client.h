@@ -156,7 +156,8 @@ public:
     XCode setUser(String const& user);
     XCode setPassword(String const& password);
 
-    /// Whether the first line of a command's output, which is the command, is dropped. True by default.
+    /// Whether the first line of a command's output, which is the command, is dropped. True by default. Where the prompt
+    /// is dropped, too, and the command has written nothing, no line end is left, and the command stays.
     XCode setRemoveEcho(bool removeEcho);
 
     /// Whether the prompt behind a command's output is dropped, with the white space in front of it. True by default.
