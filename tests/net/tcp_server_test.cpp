@@ -173,6 +173,7 @@ TEST(TcpServer, LackOfDescriptorsLosesNobodyWhoWaits)
     meetPointerOfLines();
     constexpr int SPARE = 3;
     EchoServer echo;
+    EXPECT_TRUE(echo.server->getListener()->isListening()); // which meets the class that will be asked again
     Peer const first = echo.connectPeer();
     ASSERT_TRUE(echo.waitFor(echo.connected, 1));
     for (bool const anotherComes : {true, false}) // its arrival is an edge; without one the listener asks again
