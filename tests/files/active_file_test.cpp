@@ -340,6 +340,18 @@ TEST_F(ActiveFileTest, CopyHasTheFileButNotTheSlots)
     EXPECT_EQ(watches(), 0u);
 }
 
+TEST_F(ActiveFileTest, EmptyDatagramHoldsUpNoneBehindIt)
+{
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends), 0);
+    use(ends[0], ends[1]);
+    for (std::string const datagram : {"", "one ", "", "two"})
+        EXPECT_EQ(::send(ends[1], datagram.data(), datagram.size(), 0), static_cast<ssize_t>(datagram.size()));
+    m_file->onHangup.connect(noting("!"));
+    takeBytes();
+    EXPECT_TRUE(eventually([&] { return synchronized([&] { return m_told.ends_with("two"); }); })) << m_told;
+}
+
 TEST_F(ActiveFileTest, UrgentDataOfTcpHoldsNothingUp)
 {
     ZKFile const listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), true, false);

@@ -51,6 +51,17 @@ bool isReadable(int fd)
     return ::poll(&file, 1, 0) > 0;
 }
 
+/// Whether datagrams wait behind an empty one, or behind an error that an earlier one has met, which end a read as the end
+/// of a stream does.
+bool hasDatagrams(int fd)
+{
+    int type = 0;
+    socklen_t size = sizeof(type);
+    pollfd file{fd, POLLIN | POLLRDHUP, 0};
+    return ::getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_DGRAM && ::poll(&file, 1, 0) > 0 &&
+           file.revents == POLLIN;
+}
+
 void setLength(String& text, unsigned int bytes)
 {
     text.native_alloc(static_cast<int>(bytes));
@@ -346,7 +357,7 @@ Data ActiveFile::readReported(XCode& code)
 ///
 /// In general only a further read can tell that nothing more is there. TCP gives less than it is asked for only at its end
 /// and in front of urgent data, of which the report tells; what comes after the report leads to another one.
-XCode ActiveFile::drain(char* buffer, unsigned int size, unsigned int& count) const
+XCode ActiveFile::drain(char* buffer, unsigned int size, unsigned int& count)
 {
     if (m_shortReadDrains)
     {
@@ -358,7 +369,10 @@ XCode ActiveFile::drain(char* buffer, unsigned int size, unsigned int& count) co
         return result < 0 ? Detail::codeOfResult(-1) : XCode();
     }
     bool eof = false;
-    return readToEof(buffer, size, count, eof, true);
+    XCode code = readToEof(buffer, size, count, eof, true);
+    if (eof && hasDatagrams(getFd()))
+        requestReport();
+    return code;
 }
 
 void ActiveFile::requestReport()

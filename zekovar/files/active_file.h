@@ -26,6 +26,7 @@ namespace ZK
 /// | ------------------------ | --------------------------------------------------------- |
 /// | bytes                    | `onStringData` if it has a slot, otherwise `onBinaryData` |
 /// | the end, or ECONNRESET   | `onHangup`, once a report; the file stays open            |
+/// | an empty datagram        | `onHangup`                                                |
 /// | another failure          | `onError`                                                 |
 ///
 /// The kernel reports arrivals only, so the read takes all that is there. Of more than `MAX_DATA_BYTES` the rest comes in
@@ -108,7 +109,7 @@ private:
     void readAndRaise(Sig::Signal<void(Data)>& onData);
     template <class Data>
     Data readReported(XCode& code);
-    XCode drain(char* buffer, unsigned int size, unsigned int& count) const;
+    XCode drain(char* buffer, unsigned int size, unsigned int& count);
     void requestReport();
     void raiseFailure(XCode const& code);
 

@@ -14,7 +14,7 @@ namespace ZK
 /// non-blocking for good, calls fail with the code of EAGAIN instead of waiting, and the signals of `ZK::ActiveFile` tell
 /// when to try again. Addresses are passed as the kernel takes them; `ZK::IpSocket` takes an `IpAddress`.
 ///
-/// Failures are the codes of `errno`, with a text in front of the system's where one is named below. They leave the
+/// Failures are the codes of `errno`, with the text that is named below instead of the system's. They leave the
 /// descriptor open: after a failed `bind`, `listen` or `connect` the socket is to be closed before the next attempt.
 /// Descriptors are close-on-exec, and writing to a peer that is gone fails with EPIPE and raises no SIGPIPE.
 ///
@@ -42,11 +42,10 @@ public:
     /// The steps and what puts them together. The first failing step ends the call.
     /// @{
 
-    /// "CLOSE SOCKET BEFORE RE-OPENING" instead of the system's text on an open socket, which stays as it is; "CANNOT
-    /// CREATE SOCKET".
+    /// `XCODE_FAILURE` "CLOSE SOCKET BEFORE RE-OPENING" on an open socket, which stays as it is; "CANNOT CREATE SOCKET".
     virtual XCode openSocketOnly(int domain, int type, int protocol);
 
-    /// "SOCKET IS CLOSED" on a closed socket, here and in the next two; "CANNOT BIND TO LOCAL ADDRESS".
+    /// `XCODE_FAILURE` "SOCKET IS CLOSED" on a closed socket, here and in the next two; "CANNOT BIND TO LOCAL ADDRESS".
     virtual XCode bindOnly(sockaddr const* address, unsigned int length);
 
     /// "CANNOT LISTEN"
