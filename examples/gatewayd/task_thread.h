@@ -39,6 +39,7 @@ public:
     XCode runThread() override
     {
         m_task();
+        m_task = nullptr; // which may hold descriptors and sessions
         m_isBusy = false;
         return XCODE_SUCCESS;
     }
