@@ -23,9 +23,10 @@ public:
     Result next(String& line, bool isEnd);
 
     /// Bytes that wait for `next`.
-    int waiting() const { return m_bytes.length(); }
+    int waiting() const { return m_bytes.length() - m_start; }
 
 private:
     String m_bytes;
+    int m_start = 0; // what stands before was returned: removed with the next `feed`, many lines at a time
     bool m_dropping = false;
 };
