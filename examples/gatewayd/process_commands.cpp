@@ -13,14 +13,21 @@ class ProcessCommands::Run
 public:
     Run(unsigned int ownNumber, Call const& by, String const& line) : number(ownNumber), call(by), command(line) {}
 
-    /// Shows the lines that are whole. On the loop IO.
+    /// Shows the lines that are whole, and what has come of one that doesn't end. On the loop IO.
     void show(String const& text)
     {
-        m_line += text;
-        for (int end = m_line.indexOf('\n'); end >= 0; end = m_line.indexOf('\n'))
+        for (int i = 0; i < text.length(); ++i)
         {
-            showLine(m_line.substring(0, end));
-            m_line.deleteRegion(0, end + 1);
+            if (text[i] == '\n' || m_line.length() == MAX_LINE)
+            {
+                showLine(m_line);
+                m_line = String();
+            }
+            if (text[i] != '\n')
+            {
+                // a zero byte would cut the line short
+                m_line += text[i] == '\0' ? '.' : text[i];
+            }
         }
     }
 
@@ -54,6 +61,8 @@ public:
     String const command;
 
 private:
+    static constexpr int MAX_LINE = 4096; // bytes
+
     void showLine(String const& line) const { call.say(String(String::Formatted(), "[%u] %s", number, line.c_str())); }
 
     ZKMutex m_mutex{false};      // guards m_future
