@@ -3,11 +3,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -43,11 +43,18 @@ XCode CommandServer::start()
     {
         return code;
     }
+    m_isRunning = true;
     for (unsigned int waited = 0; waited < MILLISECONDS_TO_ANSWER; waited += STEP)
     {
         if (answers())
         {
             return XCODE_SUCCESS;
+        }
+        if (hasEnded())
+        {
+            XCode code(XCODE_FAILURE);
+            code.setString(String(String::Formatted(), "the shell server can't listen at %s", ZK::Shell::SERVER_PATH));
+            return code;
         }
         usleep(STEP * 1000);
     }
@@ -58,14 +65,6 @@ XCode CommandServer::start()
 /// In the server process.
 XCode CommandServer::runChild()
 {
-    // the daemon's signals are blocked, and its standard streams may be pipes whose other side waits for their end
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-    int const nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-    dup2(nothing, STDIN_FILENO);
-    dup2(nothing, STDOUT_FILENO);
-    dup2(nothing, STDERR_FILENO);
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != m_daemon)
     {
@@ -75,12 +74,24 @@ XCode CommandServer::runChild()
     return Server::runChild();
 }
 
+bool CommandServer::hasEnded()
+{
+    if (waitpid(getPid(), nullptr, WNOHANG) == getPid())
+    {
+        m_isRunning = false;
+    }
+    return !m_isRunning;
+}
+
 void CommandServer::end()
 {
-    if (getPid() > 0 && kill(getPid(), SIGTERM) == 0)
+    // the number of a process that was reaped may be another's
+    if (!std::exchange(m_isRunning, false))
     {
-        while (waitpid(getPid(), nullptr, 0) < 0 && errno == EINTR)
-        {
-        }
+        return;
+    }
+    kill(getPid(), SIGTERM);
+    while (waitpid(getPid(), nullptr, 0) < 0 && errno == EINTR)
+    {
     }
 }

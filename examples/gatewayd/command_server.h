@@ -2,7 +2,8 @@
 
 #include "zekovar/zekovar.h"
 
-/// The shell server as a child of the daemon, with which it ends. Where another daemon's server answers already, that one is used.
+/// The shell server as a child of the daemon, with which it ends. Where another daemon's server answers already, that one is used,
+/// and no program can be run once that daemon is gone.
 class CommandServer : public ZK::Shell::Server
 {
 public:
@@ -16,6 +17,8 @@ public:
 
 private:
     void end();
+    bool hasEnded();
 
     pid_t m_daemon = 0;
+    bool m_isRunning = false; // and not reaped yet
 };
