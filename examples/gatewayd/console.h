@@ -34,6 +34,9 @@ public:
 
     String reasonOfEnd() const { return m_reason; }
 
+    /// From here on no session takes a line.
+    bool isEnding() const { return m_isEnding; }
+
     /// For sessions: runs a command line; ends the console, the first reason stays; notes that standard input has ended; serves the
     /// signals that have come.
     void execute(std::shared_ptr<Session> const& session, String const& line);

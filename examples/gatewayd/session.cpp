@@ -85,6 +85,12 @@ void Session::ON_PAUSE_OVER(void* session)
     self->onResumed();
 }
 
+/// Nor while the console ends: the commands that a line would reach are ending, too.
+bool Session::takesLines() const
+{
+    return !m_isPaused && !m_isEnding && !m_console.isEnding();
+}
+
 void Session::feed(char const* bytes, unsigned int count)
 {
     m_lines.feed(bytes, static_cast<int>(count));

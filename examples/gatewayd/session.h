@@ -4,6 +4,7 @@
 
 #include "zekovar/zekovar.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -71,10 +72,10 @@ protected:
     /// Calls `use` with the lock of the output held, unless the session is closed.
     void withOutput(std::function<void()> const& use);
 
-    /// Takes no further line from here on.
+    /// Takes no further line from here on. Safe from every thread.
     void stopTaking() { m_isEnding = true; }
 
-    bool takesLines() const { return !m_isPaused && !m_isEnding; }
+    bool takesLines() const;
 
     bool isEndOfInput() const { return m_isEndOfInput; }
 
@@ -97,5 +98,5 @@ private:
     LineReader m_lines;
     bool m_isEndOfInput = false;
     bool m_isPaused = false;
-    bool m_isEnding = false;
+    std::atomic<bool> m_isEnding{false};
 };

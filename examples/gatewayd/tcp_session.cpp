@@ -23,8 +23,7 @@ void TcpSession::take(TString<char> const& bytes)
     serveLines();
     if (waitingInput() > MAX_WAITING)
     {
-        // the console's loop sees the end and drops it
-        withOutput([this] { m_socket->shutdown(SHUT_RDWR); });
+        withOutput([this] { giveUp(); });
     }
 }
 
@@ -60,21 +59,27 @@ void TcpSession::drop()
 
 void TcpSession::transmit(String const& text)
 {
-    for (int i = 0; i < text.length(); ++i)
+    if (m_isGivenUp)
     {
-        if (text[i] == '\n')
-        {
-            m_waiting += '\r';
-        }
-        m_waiting += text[i];
+        return;
     }
+    String lines = text;
+    lines.replace("\n", "\r\n");
+    m_waiting += lines;
     sendWaiting();
     if (m_waiting.length() > MAX_WAITING)
     {
-        // as above
-        m_waiting = String();
-        m_socket->shutdown(SHUT_RDWR);
+        giveUp();
     }
+}
+
+/// With the lock of the output held. The console's loop sees the end of the connection and drops it.
+void TcpSession::giveUp()
+{
+    m_isGivenUp = true;
+    m_waiting = String();
+    stopTaking();
+    m_socket->shutdown(SHUT_RDWR);
 }
 
 /// With the lock of the output held.

@@ -6,7 +6,7 @@
 /// A client of the console's TCP port, with `telnet` or `nc`, say.
 ///
 /// What the client doesn't take at once waits here. One that leaves more than `MAX_WAITING` bytes unread, or types as much while a
-/// command has the session wait, is dropped.
+/// command has the session wait, is dropped. One that ends its direction of the connection is let go at once.
 class TcpSession : public Session
 {
 public:
@@ -40,10 +40,12 @@ private:
     void onResumed() override {}
 
     void sendWaiting();
+    void giveUp();
 
     ZKPPtr<ZK::TcpSocket> m_socket;
     TelnetFilter m_filter;
     ZK::Sig::ScopedConnection m_writeReady;
     String m_waiting;         // guarded by the lock of the output
     bool m_endsAfter = false; // the connection, behind what waits; guarded as well
+    bool m_isGivenUp = false; // nothing is sent any more; guarded as well
 };
