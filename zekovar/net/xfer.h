@@ -28,7 +28,9 @@ class Value;
 /// - `XCODE_HTTP` with the status, if that is above 299,
 /// - `XCODE_FAILURE` if there is no whole reply, with libcurl's text on the reason, or if libcurl refuses an option;
 ///   where `post...` gets no whole reply it is the code of ECONNABORTED instead,
-/// - `XCODE_FAILURE` with a text for all calls of a library that was built without libcurl.
+/// - `XCODE_FAILURE` with a text for all calls of a library that was built without libcurl, and where it can't be loaded.
+///
+/// The first object of a process loads libcurl, which takes some milliseconds; it stays until the process ends.
 ///
 /// On failure `out` stays as it was, unless it says otherwise. It may be the body of the same call.
 ///
@@ -141,7 +143,7 @@ private:
     XCode perform(Method method);
     XCode buildResult();
 
-    void* m_curl = nullptr; // CURL*; null if libcurl couldn't make it, and every call fails
+    void* m_curl = nullptr; // CURL*; null if libcurl is missing or couldn't make it, and every call fails
     String m_baseUrl;
     ZKStringHashTable<String> m_fixedHeaders{16};
     curl_slist* m_headerList = nullptr;

@@ -1,51 +1,70 @@
 #include "zekovar/net/xfer.h"
 
+namespace
+{
+/// For every call of a library that was built without libcurl, or in a process that can't load it.
+XCode notAvailable(char const* reason)
+{
+    XCode code(XCODE_FAILURE);
+    code.setString(reason);
+    code.extendString("FILE TRANSFER IS NOT AVAILABLE", ": ");
+    return code;
+}
+}
+
 #ifdef ZEKOVAR_WITH_CURL
 
 #include "zekovar/foundation/system_code.h"
 #include "zekovar/foundation/tokenizer.h"
+#include "zekovar/net/curl_library.h"
 
 #include <cctype>
 #include <cerrno>
-#include <curl/curl.h>
 #include <memory>
 #include <utility>
 
 namespace
 {
+using ZK::Detail::curlLibrary;
+
 constexpr long LIMIT_SECONDS = 3; // of a whole transfer
 constexpr long MAX_REDIRECTIONS = 3;
 char const USER_AGENT[] = "zekovar/3.0";
 
 struct Free
 {
-    void operator()(CURL* curl) const { curl_easy_cleanup(curl); }
+    void operator()(CURL* curl) const { curlLibrary().easyCleanup(curl); }
 
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    void operator()(curl_slist* list) const { curlLibrary().slistFreeAll(list); }
 
-    void operator()(curl_mime* form) const { curl_mime_free(form); }
+    void operator()(curl_mime* form) const { curlLibrary().mimeFree(form); }
 };
 
 template <class T>
 using Owned = std::unique_ptr<T, Free>;
 
-/// Null if libcurl or memory fails.
+/// Null if libcurl or memory fails, or if there is no libcurl.
 CURL* makeHandle()
 {
-    static CURLcode const ready = curl_global_init(CURL_GLOBAL_ALL);
-    return ready == CURLE_OK ? curl_easy_init() : nullptr;
+    static bool const isReady = curlLibrary().isLoaded() && curlLibrary().globalInit(CURL_GLOBAL_ALL) == CURLE_OK;
+    return isReady ? curlLibrary().easyInit() : nullptr;
 }
 
 /// Whether libcurl takes the option; not without a handle.
 template <class T>
 bool set(CURL* curl, CURLoption option, T value)
 {
-    return curl_easy_setopt(curl, option, value) == CURLE_OK;
+    return curl != nullptr && curlLibrary().easySetopt(curl, option, value) == CURLE_OK;
+}
+
+XCode codeOfSetting(bool isSet)
+{
+    return curlLibrary().isLoaded() ? testExpression(isSet) : notAvailable(curlLibrary().failure);
 }
 
 bool append(Owned<curl_slist>& list, String const& line)
 {
-    curl_slist* const longer = curl_slist_append(list.get(), line.c_str());
+    curl_slist* const longer = curlLibrary().slistAppend(list.get(), line.c_str());
     if (longer == nullptr)
         return false;
     (void)list.release(); // it is the longer one now
@@ -56,7 +75,7 @@ bool append(Owned<curl_slist>& list, String const& line)
 XCode codeOfReply(CURL* curl)
 {
     long status = 0;
-    if (curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status) != CURLE_OK)
+    if (curlLibrary().easyGetinfo(curl, CURLINFO_RESPONSE_CODE, &status) != CURLE_OK)
         return XCODE_FAILURE;
     if (status > 299)
         return XCode(XCODE_HTTP + static_cast<unsigned int>(status));
@@ -70,26 +89,27 @@ std::size_t dropReply(char*, std::size_t size, std::size_t count, void*)
 
 bool addText(curl_mime* form, char const* name, String const& text)
 {
-    curl_mimepart* const part = curl_mime_addpart(form);
-    return curl_mime_name(part, name) == CURLE_OK &&
-           curl_mime_data(part, text.c_str(), static_cast<std::size_t>(text.length())) == CURLE_OK;
+    curl_mimepart* const part = curlLibrary().mimeAddpart(form);
+    return curlLibrary().mimeName(part, name) == CURLE_OK &&
+           curlLibrary().mimeData(part, text.c_str(), static_cast<std::size_t>(text.length())) == CURLE_OK;
 }
 
 CURLcode upload(CURL* curl, String const& url, String const& localFile)
 {
     Owned<curl_slist> headers;
-    Owned<curl_mime> const form(curl_mime_init(curl));
-    curl_mimepart* const file = curl_mime_addpart(form.get());
-    if (CURLcode const result = curl_mime_filedata(file, localFile.c_str()); result != CURLE_OK)
+    Owned<curl_mime> const form(curlLibrary().mimeInit(curl));
+    curl_mimepart* const file = curlLibrary().mimeAddpart(form.get());
+    if (CURLcode const result = curlLibrary().mimeFiledata(file, localFile.c_str()); result != CURLE_OK)
         return result;
     String const name = localFile.substring(localFile.lastIndexOf('/') + 1);
-    bool const isReady = curl_mime_name(file, "uploadedFile") == CURLE_OK && addText(form.get(), "filename", name) &&
-                         addText(form.get(), "submit", "send") && append(headers, "Expect:") && // waits for no "100"
+    bool const isReady = curlLibrary().mimeName(file, "uploadedFile") == CURLE_OK &&
+                         addText(form.get(), "filename", name) && addText(form.get(), "submit", "send") &&
+                         append(headers, "Expect:") && // waits for no "100"
                          set(curl, CURLOPT_URL, url.c_str()) && set(curl, CURLOPT_HTTPHEADER, headers.get()) &&
                          set(curl, CURLOPT_MIMEPOST, form.get()) &&
                          set(curl, CURLOPT_WRITEFUNCTION, dropReply) && // goes to stdout otherwise
                          set(curl, CURLOPT_NOSIGNAL, 1L);
-    return isReady ? curl_easy_perform(curl) : CURLE_OUT_OF_MEMORY;
+    return isReady ? curlLibrary().easyPerform(curl) : CURLE_OUT_OF_MEMORY;
 }
 }
 
@@ -111,24 +131,24 @@ Xfer::Xfer() : m_curl(makeHandle())
 
 Xfer::~Xfer()
 {
-    curl_easy_cleanup(m_curl);
-    curl_slist_free_all(m_headerList);
+    Owned<curl_slist> const headers(m_headerList);
+    Owned<CURL> const curl(m_curl); // goes first: it refers to the headers
 }
 
 XCode Xfer::setCredentials(String const& user, String const& password)
 {
-    return testExpression(set(m_curl, CURLOPT_USERNAME, user.c_str()) &&
-                          set(m_curl, CURLOPT_PASSWORD, password.c_str()));
+    return codeOfSetting(set(m_curl, CURLOPT_USERNAME, user.c_str()) &&
+                         set(m_curl, CURLOPT_PASSWORD, password.c_str()));
 }
 
 XCode Xfer::setCookie(String const& cookie)
 {
-    return testExpression(set(m_curl, CURLOPT_COOKIE, cookie.c_str()));
+    return codeOfSetting(set(m_curl, CURLOPT_COOKIE, cookie.c_str()));
 }
 
 XCode Xfer::setAuthenticationType(CurlAuth types)
 {
-    return testExpression(set(m_curl, CURLOPT_HTTPAUTH, types));
+    return codeOfSetting(set(m_curl, CURLOPT_HTTPAUTH, types));
 }
 
 XCode Xfer::request(Method method, String const& path, std::string_view body, String const& headers)
@@ -138,7 +158,7 @@ XCode Xfer::request(Method method, String const& path, std::string_view body, St
     if (set(m_curl, CURLOPT_URL, url.c_str()) && setMethod(method, body) && set(m_curl, CURLOPT_HEADER, 0L) &&
         setHeaders(headers))
         return perform(method);
-    return XCODE_FAILURE;
+    return codeOfSetting(false);
 }
 
 /// Of HTTPGET, POST and NOBODY each one undoes the others, so NOBODY has to come last. With it a reply's body isn't read:
@@ -189,14 +209,14 @@ bool Xfer::setHeaders(String const& headers)
     }
     if (!set(m_curl, CURLOPT_HTTPHEADER, list.get()))
         return false;
-    curl_slist_free_all(std::exchange(m_headerList, list.release()));
+    curlLibrary().slistFreeAll(std::exchange(m_headerList, list.release()));
     return true;
 }
 
 XCode Xfer::perform(Method method)
 {
     XCode code;
-    if (curl_easy_perform(m_curl) == CURLE_OK)
+    if (curlLibrary().easyPerform(m_curl) == CURLE_OK)
         code = buildResult();
     else
         code = method == Method::POST ? Detail::codeOfErrno(ECONNABORTED) : XCode(XCODE_FAILURE);
@@ -212,6 +232,8 @@ XCode Xfer::buildResult()
 
 XCode Xfer::uploadFile(String const& path, String const& localFile)
 {
+    if (!curlLibrary().isLoaded())
+        return notAvailable(curlLibrary().failure);
     String url(m_baseUrl);
     url += path;
     Owned<CURL> const curl(makeHandle());
@@ -219,7 +241,7 @@ XCode Xfer::uploadFile(String const& path, String const& localFile)
     if (result == CURLE_OK)
         return codeOfReply(curl.get());
     XCode code = Detail::codeOfErrno(ECONNABORTED);
-    code.setString(curl_easy_strerror(result));
+    code.setString(curlLibrary().easyStrerror(result));
     return code;
 }
 }
@@ -228,12 +250,7 @@ XCode Xfer::uploadFile(String const& path, String const& localFile)
 
 namespace
 {
-XCode notAvailable()
-{
-    XCode code(XCODE_FAILURE);
-    code.setString("FILE TRANSFER IS NOT AVAILABLE: LIBRARY BUILT WITHOUT LIBCURL");
-    return code;
-}
+char const NO_LIBCURL[] = "LIBRARY BUILT WITHOUT LIBCURL";
 }
 
 namespace ZK
@@ -244,27 +261,27 @@ Xfer::~Xfer() = default;
 
 XCode Xfer::setCredentials(String const&, String const&)
 {
-    return notAvailable();
+    return notAvailable(NO_LIBCURL);
 }
 
 XCode Xfer::setCookie(String const&)
 {
-    return notAvailable();
+    return notAvailable(NO_LIBCURL);
 }
 
 XCode Xfer::setAuthenticationType(CurlAuth)
 {
-    return notAvailable();
+    return notAvailable(NO_LIBCURL);
 }
 
 XCode Xfer::request(Method, String const&, std::string_view, String const&)
 {
-    return notAvailable();
+    return notAvailable(NO_LIBCURL);
 }
 
 XCode Xfer::uploadFile(String const&, String const&)
 {
-    return notAvailable();
+    return notAvailable(NO_LIBCURL);
 }
 }
 
