@@ -30,7 +30,7 @@ class Value;
 ///   where `post...` gets no whole reply it is the code of ECONNABORTED instead,
 /// - `XCODE_FAILURE` with a text for all calls of a library that was built without libcurl, and where it can't be loaded.
 ///
-/// The first object of a process loads libcurl, which takes some milliseconds; it stays until the process ends.
+/// The first object of a process loads libcurl, which takes some tens of milliseconds; it stays until the process ends.
 ///
 /// On failure `out` stays as it was, unless it says otherwise. It may be the body of the same call.
 ///
