@@ -1,43 +1,36 @@
 #include "zekovar/process/shell_server.h"
 
 #include "zekovar/events/standard_loops.h"
+#include "zekovar/process/shell.h"
 
 #include <benchmark/benchmark.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <pty.h>
 #include <spawn.h>
+#include <string>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
+#include <vector>
 
 #ifdef ZEKOVAR_BENCH_HAS_QT
 #include <QProcess>
 #endif
 
-// The start and end of /bin/true, with its output piped to the caller. The server gives a terminal besides, and a popen
-// a shell. "Memory" is how many MB the caller has in use: the server was forked before.
+// Commands through the shell server beside other ways of running a program. "MB" is how much memory the caller has in
+// use, which makes a fork dear. The server gives a terminal besides, and a popen a shell.
+//
+// This is a program of its own: the server is forked while it is small and has no threads.
 
 namespace
 {
 using namespace ZK::Shell;
 
-class RunningServer
-{
-public:
-    RunningServer() { m_server.start(); }
-
-    ~RunningServer()
-    {
-        ::kill(m_server.getPid(), SIGKILL);
-        ::waitpid(m_server.getPid(), nullptr, 0);
-    }
-
-private:
-    Server m_server;
-};
+constexpr int OUTPUT_BYTES = 100'000'000;
 
 /// A client without threads that waits for one command.
 class BlockingClient : public Socket
@@ -74,29 +67,31 @@ public:
     }
 };
 
-/// Memory in use, which makes forks dear.
+/// Memory in use, as much as the argument says.
 class Ballast
 {
 public:
-    explicit Ballast(benchmark::State const& state)
-        : m_size(static_cast<std::size_t>(state.range(0)) << 20), m_bytes(new char[m_size])
-    {
-        std::memset(m_bytes.get(), 1, m_size);
-    }
+    explicit Ballast(benchmark::State const& state) : m_bytes(static_cast<std::size_t>(state.range(0)) << 20, 1) {}
 
 private:
-    std::size_t m_size;
-    std::unique_ptr<char[]> m_bytes;
+    std::vector<char> m_bytes;
 };
+
+void runByExecute(benchmark::State& state)
+{
+    Ballast const ballast(state);
+    for (auto _ : state)
+    {
+        if (execute("/bin/true").isErr())
+            state.SkipWithError("execute");
+    }
+}
 
 void runByServer(benchmark::State& state)
 {
-    static RunningServer const s_server;
     Ballast const ballast(state);
     ZKVector<String> arguments;
     arguments.add("/bin/true");
-    while (BlockingClient().connect().isErr())
-        ::usleep(1000);
     for (auto _ : state)
     {
         BlockingClient client;
@@ -134,6 +129,23 @@ void runBySpawn(benchmark::State& state)
     }
 }
 
+void runByFork(benchmark::State& state)
+{
+    Ballast const ballast(state);
+    for (auto _ : state)
+    {
+        int const pid = ::fork();
+        if (pid == 0)
+        {
+            ::execl("/bin/true", "true", nullptr);
+            ::_exit(1);
+        }
+        int status = -1;
+        if (::waitpid(pid, &status, 0) != pid || status != 0)
+            state.SkipWithError("fork");
+    }
+}
+
 #ifdef ZEKOVAR_BENCH_HAS_QT
 void runByQProcess(benchmark::State& state)
 {
@@ -147,11 +159,96 @@ void runByQProcess(benchmark::State& state)
     }
 }
 #endif
+
+/// Several commands at once; an item is one of them.
+void runManyByInvoke(benchmark::State& state)
+{
+    for (auto _ : state)
+    {
+        std::vector<ZK::Future<String>> futures(static_cast<std::size_t>(state.range(0)));
+        for (auto& future : futures)
+        {
+            if (invoke("/bin/true", nullptr, future).isErr())
+                return state.SkipWithError("invoke");
+        }
+        for (auto& future : futures)
+        {
+            if (future->waitForCompletion().isErr())
+                state.SkipWithError("result");
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-BENCHMARK(runByServer)->Name("Shell/server")->ArgName("Memory")->Arg(0)->Arg(256)->UseRealTime();
-BENCHMARK(runByPopen)->Name("Shell/popen")->ArgName("Memory")->Arg(0)->Arg(256)->UseRealTime();
-BENCHMARK(runBySpawn)->Name("Shell/posix_spawn")->ArgName("Memory")->Arg(0)->Arg(256)->UseRealTime();
+void readByExecute(benchmark::State& state)
+{
+    String const command = String::stringOfFormat("head -c %d /dev/zero", OUTPUT_BYTES);
+    for (auto _ : state)
+    {
+        String output;
+        if (execute(command, output).isErr() || output.length() != OUTPUT_BYTES)
+            state.SkipWithError("execute");
+    }
+    state.SetBytesProcessed(state.iterations() * OUTPUT_BYTES);
+}
+
+int startOnTerminal(int& master)
+{
+    int const pid = ::forkpty(&master, nullptr, nullptr, nullptr);
+    if (pid == 0)
+    {
+        termios terminal;
+        ::tcgetattr(STDIN_FILENO, &terminal);
+        terminal.c_oflag &= ~static_cast<tcflag_t>(ONLCR);
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &terminal);
+        ::execlp("head", "head", "-c", std::to_string(OUTPUT_BYTES).c_str(), "/dev/zero", nullptr);
+        ::_exit(1);
+    }
+    return pid;
+}
+
+/// Nothing but reading from such a terminal: what the kernel takes.
+void readByTerminal(benchmark::State& state)
+{
+    std::vector<char> block(64 * 1024);
+    for (auto _ : state)
+    {
+        int master = -1;
+        int const pid = startOnTerminal(master);
+        long total = 0;
+        for (ssize_t count = 0; (count = ::read(master, block.data(), block.size())) > 0;)
+            total += count;
+        ::close(master);
+        ::waitpid(pid, nullptr, 0);
+        if (total != OUTPUT_BYTES)
+            state.SkipWithError("terminal");
+    }
+    state.SetBytesProcessed(state.iterations() * OUTPUT_BYTES);
+}
+}
+
+BENCHMARK(runByExecute)->Name("Shell/execute")->ArgName("MB")->Arg(10)->Arg(1024)->UseRealTime();
+BENCHMARK(runByServer)->Name("Shell/bareServer")->ArgName("MB")->Arg(10)->Arg(1024)->UseRealTime();
+BENCHMARK(runByPopen)->Name("Shell/popen")->ArgName("MB")->Arg(10)->Arg(1024)->UseRealTime();
+BENCHMARK(runBySpawn)->Name("Shell/posix_spawn")->ArgName("MB")->Arg(10)->Arg(1024)->UseRealTime();
+BENCHMARK(runByFork)->Name("Shell/fork")->ArgName("MB")->Arg(10)->Arg(1024)->UseRealTime();
 #ifdef ZEKOVAR_BENCH_HAS_QT
-BENCHMARK(runByQProcess)->Name("Shell/QProcess")->ArgName("Memory")->Arg(0)->Arg(256)->UseRealTime();
+BENCHMARK(runByQProcess)->Name("Shell/QProcess")->ArgName("MB")->Arg(10)->Arg(1024)->UseRealTime();
 #endif
+BENCHMARK(runManyByInvoke)->Name("Shell/invoke")->ArgName("AtOnce")->Arg(1)->Arg(50)->UseRealTime();
+BENCHMARK(readByExecute)->Name("ShellOutput/execute")->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(readByTerminal)->Name("ShellOutput/bareTerminal")->UseRealTime()->Unit(benchmark::kMillisecond);
+
+int main(int argc, char** argv)
+{
+    Server server;
+    if (server.start().isErr())
+        return 1;
+    while (BlockingClient().connect().isErr())
+        ::usleep(1000);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    ::kill(server.getPid(), SIGKILL);
+    ::waitpid(server.getPid(), nullptr, 0);
+    return 0;
+}

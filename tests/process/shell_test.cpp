@@ -1,160 +1,327 @@
 #include "zekovar/process/shell.h"
 
+#include "tests/events/loop_fixture.h"
+#include "tests/process/observed_command.h"
 #include "tests/process/running_server.h"
 #include "tests/string_printer.h"
+#include "tests/temporary_directory.h"
 #include "zekovar/events/event_sync.h"
 #include "zekovar/events/standard_loops.h"
+#include "zekovar/events/synchronized.h"
+#include "zekovar/jobs/executor_immediate.h"
+#include "zekovar/jobs/executor_single_thread.h"
+#include "zekovar/process/job_shell.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <fcntl.h>
+#include <optional>
+#include <thread>
 
-#include <cerrno>
-#include <mutex>
-#include <string>
-
-using testing::HasSubstr;
-using ZK::Shell::Environment;
+using State = ZK::IFuture::State;
+using ZK::CJobShell;
+using ZK::FunctionContext;
+using ZK::Shell::execute;
+using ZK::Shell::invoke;
 
 namespace
 {
-ZKVector<String> script(String const& text)
-{
-    ZKVector<String> args;
-    args.add("/bin/sh");
-    args.add("-c");
-    args.add(text);
-    return args;
-}
-
-/// Collects what callbacks get.
-class Record
-{
-public:
-    ZK::Shell::ResultCallback onResult()
-    {
-        return ZK::bindArgs(ZK::directCall(),
-                            [this](XCode code, String text)
-                            {
-                                std::lock_guard const guard(m_mutex);
-                                m_result = code;
-                                m_events += "[" + std::string(text.c_str()) + "]";
-                                ++m_results;
-                            });
-    }
-
-    ZK::Shell::StreamCallback onText(char const* prefix)
-    {
-        return ZK::bindArgs(ZK::directCall(),
-                            [this, prefix](String text)
-                            {
-                                std::lock_guard const guard(m_mutex);
-                                m_events += prefix + std::string(text.c_str());
-                            });
-    }
-
-    std::string events() const
-    {
-        std::lock_guard const guard(m_mutex);
-        return m_events;
-    }
-
-    XCode result() const
-    {
-        std::lock_guard const guard(m_mutex);
-        return m_result;
-    }
-
-    int results() const
-    {
-        std::lock_guard const guard(m_mutex);
-        return m_results;
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    std::string m_events;
-    XCode m_result;
-    int m_results = 0;
-};
-
 class ShellExecute : public testing::Test
 {
 protected:
-    RunningServer m_server;
+    std::optional<RunningServer> m_server{std::in_place};
 };
 
-class ShellInvoke : public ShellExecute
+class ShellFuture : public ShellExecute
 {
+protected:
+    static constexpr char const* ENDLESS = "echo ready; exec sleep 1000";
+
+    static ZKPtr<CJobShell> job(String const& text) { return ZK::MovePtr<CJobShell>(new CJobShell(script(text))); }
+
+    ZKPtr<ZK::IExecutor> m_immediate = ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorImmediate());
+    ZKPtr<ZK::IExecutor> m_thread = ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorSingleThread("shell"));
+    ZK::Future<String> m_future;
 };
+}
+
+TEST(JobShell, SplitsLinesAndDescribesItself)
+{
+    CJobShell command(" ls\t-l \"two words\" end\r\n");
+    ASSERT_EQ(command.getCmdLineArgs().size(), 4u);
+    EXPECT_EQ(command.getCmdLineArgs()[2], "two words");
+    command.addEnv("B", "2");
+    command.addEnv("A", "1");
+    EXPECT_EQ(command.getShortJobDescription(), "Shell Cmd: ls");
+    EXPECT_EQ(command.getJobDescription(), "Shell Cmd: ls -l two words end (B=2, A=1)");
+    command.setCmdLineArgs(ZKVector<String>());
+    command.setEnvironment(ZKStringHashTable<String>());
+    EXPECT_EQ(command.getJobDescription(), "Shell Cmd");
 }
 
 TEST_F(ShellExecute, GivesOutputErrorsAndResult)
 {
-    String output = "before ", errors;
-    EXPECT_TRUE(ZK::Shell::execute("echo one \"two  three\" four", output));
+    String output = "before ", errors = "old ";
+    EXPECT_TRUE(execute("echo one \"two  three\" four", output));
     EXPECT_EQ(output, "before one two  three four\n");
-
-    EXPECT_TRUE(ZK::Shell::execute("/bin/true"));
-    XCode code = ZK::Shell::execute(script("printf out; printf oops >&2; exit 3"));
+    XCode code = execute(script("printf x; printf oops >&2; exit 3"), output, errors);
     EXPECT_EQ(code.getValue(), XCODE_EXIT + 3);
     EXPECT_EQ(code.toString(), "oops");
-
-    output = "";
-    errors = "old ";
-    code = ZK::Shell::execute(script("printf out; printf oops >&2; exit 3"), output, errors);
-    EXPECT_EQ(code.getValue(), XCODE_EXIT + 3);
-    EXPECT_EQ(code.toString(), "oops");
-    EXPECT_EQ(output, "out");
     EXPECT_EQ(errors, "old oops");
-}
+    EXPECT_EQ(execute(script("printf oops >&2; exit 3")).toString(), "oops");
+    EXPECT_EQ(execute(script("exit 255")).toString(), "CANNOT EXECUTE PROGRAM");
+    EXPECT_EQ(execute(script("exec 2>&-; sleep 0.1; kill -9 $$")).getValue(), XCODE_SIGNAL + 9);
+    EXPECT_EQ(execute("").toString(), "NO PROGRAM SPECIFIED");
 
-TEST_F(ShellExecute, ReportsHowProgramsEnd)
-{
-    EXPECT_EQ(ZK::Shell::execute(script("exit 254")).getValue(), XCODE_EXIT + 254);
-    XCode code = ZK::Shell::execute(script("exit 255"));
-    EXPECT_EQ(code, XCode(XCODE_FAILURE));
-    EXPECT_EQ(code.toString(), "CANNOT EXECUTE PROGRAM");
-    EXPECT_EQ(ZK::Shell::execute(script("kill -9 $$")).getValue(), XCODE_SIGNAL + 9);
-    code = ZK::Shell::execute("/no/such/program");
-    EXPECT_EQ(code.getValue(), XCODE_ERRNO + ENOENT);
-    EXPECT_THAT(code.toString().c_str(), HasSubstr("CANNOT EXECUTE PROGRAM"));
-    EXPECT_EQ(ZK::Shell::execute("").toString(), "NO PROGRAM SPECIFIED");
-}
-
-TEST_F(ShellExecute, EnvironmentReplacesTheServers)
-{
-    Environment env;
+    ZKStringHashTable<String> env;
     env.set("NAME", "value");
-    String output;
-    EXPECT_TRUE(ZK::Shell::execute("/usr/bin/env", env, output));
+    EXPECT_TRUE(execute("/usr/bin/env", env, output = ""));
     EXPECT_EQ(output, "NAME=value\n");
-    output = "";
-    EXPECT_TRUE(ZK::Shell::execute(script("echo ${PATH:+set}"), output));
+    EXPECT_TRUE(execute(script("echo ${PATH:+set}"), output = ""));
     EXPECT_EQ(output, "set\n");
 }
 
-TEST_F(ShellExecute, RefusesWhereTheLoopWouldHaveToWaitForItself)
+TEST_F(ShellExecute, TakesAsManyArgumentsAsAMessage)
+{
+    ZKVector<String> args;
+    args.add("/bin/echo");
+    while (args.size() < 255)
+        args.add("x");
+    String output;
+    EXPECT_TRUE(execute(args, output));
+    EXPECT_EQ(output.length(), 2 * 254);
+    args.add("x");
+    EXPECT_EQ(execute(args).toString(), "TOO MANY ARGUMENTS");
+}
+
+TEST_F(ShellExecute, DeliversAHundredMegabytes)
+{
+    int const bytes = 100'000'000 / SLOWER;
+    std::string const line = "0123456789abcde\n";
+    String output, errors;
+    EXPECT_TRUE(execute(script(String::stringOfFormat("yes 0123456789abcde | head -c %d; printf end >&2", bytes)),
+                        output, errors));
+    ASSERT_EQ(output.length(), bytes);
+    int wrong = 0;
+    for (int i = 0; i < bytes; ++i)
+        wrong += output.c_str()[i] != line[static_cast<unsigned int>(i) % line.size()];
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(errors, "end");
+}
+
+TEST_F(ShellExecute, NothingComesBehindTheEnd)
+{
+    String output, errors;
+    EXPECT_TRUE(execute(script("(trap '' HUP; while echo more; do :; done) 2>&- &"), output, errors));
+    int const length = output.length();
+    EXPECT_TRUE(execute("/bin/true"));
+    EXPECT_EQ(output.length(), length) << "a process that was left behind goes on writing";
+}
+
+TEST_F(ShellExecute, RefusesWhatTheLoopWouldHaveToDo)
 {
     ZKAutoLock<ZKEventLoop> const stop(IO::INSTANCE());
     testing::internal::CaptureStderr();
-    XCode const code = ZK::Shell::execute("/bin/true");
-    EXPECT_EQ(code.getValue(), XCODE_FAILURE);
+    XCode const code = execute("/bin/true");
     EXPECT_EQ(code.toString(),
               "CANNOT EXECUTE COMMAND '/bin/true' BLOCKING WHILE BEING SYNCHRONIZED TO THE I/O EVENT LOOP");
     EXPECT_EQ("***** " + std::string(code.toString().c_str()) + "\n", testing::internal::GetCapturedStderr());
     ZK::Future<String> future;
-    EXPECT_EQ(ZK::Shell::invoke("/bin/true", nullptr, future).toString(),
-              "CANNOT EXECUTE SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
+    EXPECT_EQ(invoke("/bin/true", nullptr, future).toString(),
+              "CANNOT EXECUTE SHELL COMMAND WHILE SYNCHRONIZED ON IO EVENT LOOP");
     EXPECT_FALSE(future);
 }
 
-TEST_F(ShellInvoke, ResultComesBehindAllOutput)
+TEST_F(ShellExecute, SynchronousCallbacksAreRefused)
 {
-    Record record;
     ZK::Future<String> future;
-    ASSERT_TRUE(ZK::Shell::invoke(script("printf one; printf two >&2; exit 7"), record.onResult(), record.onText("o:"),
-                                  record.onText("e:"), future));
-    EXPECT_EQ(future->waitForCompletion().getValue(), XCODE_EXIT + 7);
-    EXPECT_TRUE(eventually([&] { return record.results() == 1; }));
-    EXPECT_EQ(record.result().getValue(), XCODE_EXIT + 7);
+    auto const codeFor = [&](bool result, bool output, bool errors)
+    {
+        auto const context = [](bool isSync) { return isSync ? IO::INSTANCE().getSyncContext() : ZK::directCall(); };
+        return invoke("true", ZK::bindArgs(context(result), [](XCode const&, String const&) {}),
+                      ZK::bindArgs(context(output), [](String const&) {}),
+                      ZK::bindArgs(context(errors), [](String const&) {}), future)
+            .toString();
+    };
+    EXPECT_EQ(codeFor(true, true, true), "CANNOT USE SYNCHRONOUS RESULT CALLBACK FOR SHELL COMMANDS");
+    EXPECT_EQ(codeFor(false, true, true), "CANNOT USE SYNCHRONOUS STDOUT CALLBACK FOR SHELL COMMANDS");
+    EXPECT_EQ(codeFor(false, false, true), "CANNOT USE SYNCHRONOUS STDERR CALLBACK FOR SHELL COMMANDS");
+    EXPECT_FALSE(future);
+    EXPECT_TRUE(childrenOf(m_server->pid()).empty()) << "nothing was started";
+}
+
+TEST_F(ShellFuture, CallbacksComeInOrderAndMayUseIt)
+{
+    ObservedCommand command("printf one; read x; printf two >&2; exit 7");
+    EXPECT_TRUE(command.writes("one"));
+    EXPECT_TRUE(command.future.sendData("\n"));
+    EXPECT_EQ(command.result().getValue(), XCODE_EXIT + 7);
+    EXPECT_TRUE(command.writes("one!two[]"));
+
+    ZK::Shell::StreamCallback const answer =
+        ZK::bindArgs(ZK::directCall(), [this](String const&) { EXPECT_TRUE(m_future.sendData("\n")); });
+    ASSERT_TRUE(invoke(script("echo question; read x"), nullptr, answer, m_future));
+    EXPECT_TRUE(m_future->waitForCompletion());
+}
+
+TEST_F(ShellFuture, ObserverGetsWhatCameBeforeIt)
+{
+    ASSERT_TRUE(m_immediate->invokeJob(job("printf text; printf oops >&2").getObj(), m_future.getFuture()));
+    EXPECT_TRUE(m_future->waitForCompletion());
+    ZKPtr<ZK::IFutureResult<String>> result;
+    ASSERT_TRUE(m_future->queryIf(result));
+    String value, output, errors;
+    EXPECT_TRUE(result->waitForResult(value));
+    m_future.setStreamObserver(ZK::StreamType::STANDARD_OUTPUT, [&](String const& text) { output = text; });
+    m_future.setStreamObserver(ZK::StreamType::STANDARD_ERROR, [&](String const& text) { errors = text; });
+    EXPECT_EQ(value, "text");
+    EXPECT_EQ(output, "text");
+    EXPECT_EQ(errors, "oops");
+    EXPECT_EQ(m_future->cancel(15), XCode(XCODE_FAILURE)) << "it has completed";
+    EXPECT_EQ(m_future->signal(15), XCode(XCODE_FAILURE));
+    EXPECT_FALSE(m_future->execute());
+    EXPECT_EQ(m_future->getState(), State::done);
+}
+
+TEST_F(ShellFuture, CancelEndsWhatHasNotStarted)
+{
+    m_thread->suspend();
+    ASSERT_TRUE(m_thread->invokeJob(job("exit 0").getObj(), m_future.getFuture()));
+    EXPECT_EQ(m_future.sendData("x").getValue(), XCODE_ERRNO + EBADF);
+    EXPECT_TRUE(m_future->cancel(15));
+    EXPECT_EQ(m_future->waitForCompletion().getValue(), XCODE_SIGNAL + 15);
+    EXPECT_FALSE(m_future->execute());
+    EXPECT_EQ(m_future->getState(), State::cancelled);
+}
+
+TEST_F(ShellFuture, CancelEndsProgramsThatOtherExecutorsStarted)
+{
+    ASSERT_TRUE(m_thread->invokeJob(job(ENDLESS).getObj(), m_future.getFuture()));
+    EXPECT_TRUE(eventually([this] { return m_future.sendData("\n").isSuccess(); }));
+    EXPECT_EQ(m_future->cancel(12345).getValue(), XCODE_ERRNO + EINVAL);
+    EXPECT_EQ(m_future->getState(), State::executing);
+    EXPECT_TRUE(m_future->cancel(SIGKILL).toString().startsWith("FUNCTION EXECUTION CANNOT BE CANCELLED"))
+        << "by the executor";
+    EXPECT_EQ(m_future->waitForCompletion().getValue(), XCODE_SIGNAL + SIGKILL);
+    EXPECT_EQ(m_future->getState(), State::cancelled);
+
+    ASSERT_TRUE(IO::INSTANCE().getExecutor()->invokeJob(job(ENDLESS).getObj(), m_future.getFuture()));
+    EXPECT_FALSE(m_future->waitForCompletion()) << "that one can't start any";
+}
+
+TEST_F(ShellFuture, CallsThatWaitRefuseOnTheLoop)
+{
+    ObservedCommand command("stty raw; echo ready; exec sleep 1000");
+    EXPECT_TRUE(command.writes("ready\n"));
+    String const much(std::string(500000, 'x').c_str());
+    {
+        ZKAutoLock<ZKEventLoop> const stop(IO::INSTANCE());
+        EXPECT_EQ(command.future->cancel(9).toString(), "CANNOT CANCEL SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
+        EXPECT_EQ(command.future->signal(9).toString(), "CANNOT SIGNAL SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
+        EXPECT_EQ(command.result().toString(), "CANNOT WAIT FOR SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
+        EXPECT_TRUE(command.future.sendData("what fits\n"));
+        EXPECT_EQ(command.future.sendData(much).toString(),
+                  "CANNOT SEND DATA BLOCKING WHILE SYNCHRONIZED ON IO EVENT LOOP");
+    }
+    std::thread canceller([&] { EXPECT_TRUE(command.future->cancel(SIGKILL)); });
+    EXPECT_FALSE(command.future.sendData(much)) << "nobody reads it";
+    canceller.join();
+    EXPECT_EQ(command.result().getValue(), XCODE_SIGNAL + SIGKILL);
+}
+
+TEST_F(ShellFuture, SendDataWaitsForTheReader)
+{
+    ObservedCommand command("stty raw; echo ready; head -c 500000 | wc -c");
+    EXPECT_TRUE(command.writes("ready\n"));
+    EXPECT_TRUE(command.future.sendData(String(std::string(500000, 'x').c_str())));
+    EXPECT_TRUE(command.writes("ready\n500000\n[]"));
+}
+
+TEST_F(ShellFuture, LostConnectionLeavesTheEndToCancel)
+{
+    for (bool isCancelled : {false, true})
+    {
+        ObservedCommand command(ENDLESS);
+        EXPECT_TRUE(command.writes("ready\n"));
+        EXPECT_TRUE(isCancelled ? command.future->cancel(0) : command.future->signal(0));
+        ::kill(childrenOf(m_server->pid()).back().pid, SIGKILL);
+        EXPECT_TRUE(eventually([&] { return isCancelled || command.future->signal(0).isErr(); }));
+        EXPECT_FALSE(command.future->hasCompleted());
+        EXPECT_TRUE(eventually([&] { return command.future->cancel(SIGTERM).isSuccess(); }));
+        EXPECT_EQ(command.result().getValue(), XCODE_SIGNAL + SIGTERM);
+        EXPECT_EQ(command.future->getState(), State::cancelled);
+    }
+}
+
+TEST_F(ShellFuture, ServerMayGoAndComeAgain)
+{
+    {
+        ObservedCommand command(ENDLESS);
+        EXPECT_TRUE(command.writes("ready\n"));
+        ::kill(m_server->pid(), SIGKILL);
+        EXPECT_TRUE(command.future->cancel(SIGKILL)) << "a connection outlives the server";
+    }
+    m_server.reset();
+    EXPECT_EQ(execute("/bin/true").toString(), "COULD NOT CONNECT TO SERVER /tmp/shellexec.sck: "
+                                               "COULD NOT BIND CLIENT SOCKET TO PATH /tmp/shellexec.sck");
+    m_server.emplace();
+    EXPECT_TRUE(execute("/bin/true"));
+}
+
+TEST_F(ShellFuture, LastReferenceMayGoInAnObserver)
+{
+    std::atomic<int> calls = 0;
+    auto const drop = [&]
+    {
+        m_future = ZK::Future<String>();
+        ++calls;
+    };
+    ASSERT_TRUE(invoke("/bin/echo", nullptr, ZK::bindArgs(ZK::directCall(), [&](String const&) { drop(); }), m_future));
+    EXPECT_TRUE(eventually([&] { return calls == 1; }));
+    ASSERT_TRUE(invoke(script("read x"), nullptr, m_future));
+    m_future.setResultObserver([&](XCode const&, String const&) { drop(); });
+    ZK::Future<String>(m_future).sendData("\n");
+    EXPECT_TRUE(eventually([&] { return calls == 2; }));
+}
+
+TEST_F(ShellFuture, BackgroundProcessThatHoldsStandardErrorKeepsItRunning)
+{
+    TemporaryDirectory directory;
+    String const path = directory / "go";
+    ObservedCommand command(String::stringOfFormat(
+        "trap '' HUP; (until [ -e %s ]; do sleep 0.01; done; echo late >&2) & printf now; exit 3", path.c_str()));
+    EXPECT_TRUE(command.writes("now"));
+    EXPECT_FALSE(command.future->hasCompleted());
+    EXPECT_TRUE(ZKFile(path, true, false).create(0600, 0));
+    EXPECT_TRUE(command.writes("now!late\n[]"));
+    EXPECT_EQ(command.result().getValue(), XCODE_EXIT + 3);
+}
+
+namespace
+{
+/// Does the work itself, or has it begun.
+class OwnJob : public CJobShell
+{
+public:
+    explicit OwnJob(bool endsAtOnce) : m_endsAtOnce(endsAtOnce) {}
+
+    XCode execute(ZK::IFuture* future) override
+    {
+        if (m_endsAtOnce)
+            future->done(XCODE_EXIT);
+        return XCODE_SUCCESS;
+    }
+
+private:
+    bool m_endsAtOnce;
+};
+}
+
+TEST_F(ShellFuture, DerivedJobMayDoTheWork)
+{
+    EXPECT_TRUE(
+        m_immediate->invokeJob(ZKPtr<OwnJob>(ZK::MovePtr<OwnJob>(new OwnJob(true))).getObj(), m_future.getFuture()));
+    EXPECT_EQ(m_future->waitForCompletion().getValue(), XCODE_EXIT);
+    EXPECT_TRUE(
+        m_immediate->invokeJob(ZKPtr<OwnJob>(ZK::MovePtr<OwnJob>(new OwnJob(false))).getObj(), m_future.getFuture()));
+    EXPECT_TRUE(m_future->cancel(15));
+    EXPECT_EQ(m_future->waitForCompletion().getValue(), XCODE_SIGNAL + 15);
 }

@@ -30,16 +30,10 @@ unsigned int indexOf(StreamType type)
     return static_cast<unsigned int>(type);
 }
 
-XCode refusal(char const* action)
+/// A failure on the loop that would have to do what the caller wants to wait for.
+XCode refuseOnLoop(char const* text)
 {
-    XCode code(XCODE_FAILURE);
-    code.setStringF("CANNOT %s SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP", action);
-    return code;
-}
-
-bool isOnLoop()
-{
-    return isCurrentThreadSynchronizedTo(IO::INSTANCE());
+    return Shell::Client::REFUSE_ON_LOOP(IO::INSTANCE(), text);
 }
 }
 
@@ -49,6 +43,7 @@ CFutureShell::CFutureShell(IJob* job)
       m_cancelling(0),
       m_isResultPending(false),
       m_hasResult(false),
+      m_isActive(false),
       m_startLock(false),
       m_isClaimed(false),
       m_hasInput(false)
@@ -59,15 +54,15 @@ CFutureShell::CFutureShell(IJob* job)
 
 void CFutureShell::callDtor()
 {
-    if (m_isClaimed)
+    if (m_isActive)
     {
         LoopStandstill const standstill(IO::INSTANCE());
-        m_client.close();
         for (Sig::ScopedConnection& hook : m_streamHooks)
             hook.disconnect();
-        for (ZKLWPtr<ActiveFile>& stream : m_streams)
-            stream = nullptr;
+        m_client.closeInStandstill();
     }
+    else
+        m_client.closeInStandstill();
     CInherit::callDtor();
 }
 
@@ -116,53 +111,60 @@ XCode CFutureShell::start()
 XCode CFutureShell::startCommand(CJobShell const& job, XCode const& refused)
 {
     XCode code;
+    unsigned int fdCount = 0;
+    int fds[Shell::MAX_DESCRIPTORS];
     {
         ZKAutoLock<ZKMutex> const guard(m_startLock);
         if (m_isClaimed || hasCompleted())
             return refused;
         m_isClaimed = true;
-        enterCancel();
-        m_client.registerResultObserver(bindArgs(directCall(),
-                                                 [this](Shell::Client* client, XCode result)
-                                                 {
-                                                     if (ZKPtr<CFutureShell> const self = getSelfIfAlive())
-                                                         onShellClientResultAvailable(client, result);
-                                                 }));
-        unsigned int fdCount = 0;
-        int fds[Shell::MAX_DESCRIPTORS];
+        activate();
         code = m_client.sendCommand(job.getCmdLineArgs(), job.getEnvironment(), fdCount, fds);
-        if (code)
-            connectStreams(fdCount, fds);
     }
-    if (code.isErr())
+    if (code)
+        connectStreams(fdCount, fds);
+    else
         finished(code);
     leaveCancel();
     return code;
 }
 
+/// From here on the loop may bring something, but the result is kept back until `leaveCancel`.
+void CFutureShell::activate()
+{
+    m_client.registerResultObserver(bindArgs(directCall(),
+                                             [this](Shell::Client* client, XCode result)
+                                             {
+                                                 if (ZKPtr<CFutureShell> const self = getSelfIfAlive())
+                                                     onShellClientResultAvailable(client, result);
+                                             }));
+    enterCancel();
+    ZKAutoLock<ZKMutex> const guard(m_lock);
+    m_isActive = true;
+}
+
+/// The loop watches a stream from the moment that it is open, and its observers may send data.
 void CFutureShell::connectStreams(unsigned int fdCount, int const* fds)
 {
-    LoopStandstill const standstill(IO::INSTANCE());
-    for (unsigned int i = 0; i < fdCount; ++i)
-        m_streams[i]->setFd(fds[i]);
     connectStream(StreamType::STANDARD_OUTPUT);
     connectStream(StreamType::STANDARD_ERROR);
-    m_hasInput = fdCount > INPUT;
+    for (unsigned int i = 0; i < fdCount; ++i)
+    {
+        m_streams[i]->setFd(fds[i]);
+        m_hasInput = true;
+    }
 }
 
 void CFutureShell::connectStream(StreamType type)
 {
-    ActiveFile& stream = *m_streams[indexOf(type)];
-    if (!stream.isOpen())
-        return;
-    stream.setBlocking(false);
-    m_streamHooks[indexOf(type)] =
-        stream.onStringData.connect(bindArgs(directCall(),
-                                             [this, type](String text)
-                                             {
-                                                 if (ZKPtr<CFutureShell> const self = getSelfIfAlive())
-                                                     onStreamData(type, std::move(text));
-                                             }));
+    unsigned int const index = indexOf(type);
+    m_streamHooks[index] =
+        m_streams[index]->onStringData.connect(bindArgs(directCall(),
+                                                        [this, type](String text)
+                                                        {
+                                                            if (ZKPtr<CFutureShell> const self = getSelfIfAlive())
+                                                                onStreamData(type, std::move(text));
+                                                        }));
 }
 
 void CFutureShell::onStreamData(StreamType type, String text)
@@ -180,7 +182,7 @@ void CFutureShell::onStreamData(StreamType type, String text)
 void CFutureShell::setStreamObserver(StreamType type, Function<void(String)> observer)
 {
     unsigned int const index = indexOf(type);
-    if (index >= STREAM_COUNT)
+    if (index >= STREAM_COUNT || exchangeUnlessActive(index, observer))
         return;
     LoopStandstill const standstill(IO::INSTANCE());
     if (observer && !m_streamTexts[index].isEmpty())
@@ -189,7 +191,18 @@ void CFutureShell::setStreamObserver(StreamType type, Function<void(String)> obs
         std::swap(text, m_streamTexts[index]);
         observer(std::move(text));
     }
+    ZKAutoLock<ZKMutex> const guard(m_lock);
     std::swap(m_streamObservers[index], observer);
+}
+
+/// False if the loop may be using the observers, or if there is a text for the new one.
+bool CFutureShell::exchangeUnlessActive(unsigned int index, Function<void(String)>& observer)
+{
+    ZKAutoLock<ZKMutex> const guard(m_lock);
+    if (m_isActive || (observer && !m_streamTexts[index].isEmpty()))
+        return false;
+    std::swap(m_streamObservers[index], observer);
+    return true;
 }
 
 void CFutureShell::onShellClientResultAvailable(Shell::Client*, XCode result)
@@ -241,24 +254,37 @@ void CFutureShell::end(XCode result)
     String const& errors = m_streamTexts[indexOf(StreamType::STANDARD_ERROR)];
     if (!errors.isEmpty())
         result.setString(errors);
+    deactivate();
     done(result);
 }
 
-/// Delivers what is there. Somebody else may hold the stream and go on writing for ever.
+/// Delivers what is there, and lets go of a stream that has ended. Somebody else may hold it and write for ever.
 void CFutureShell::drainStream(StreamType type)
 {
-    ZKLWPtr<ActiveFile> const stream = m_streams[indexOf(type)];
+    Sig::ScopedConnection& hook = m_streamHooks[indexOf(type)];
     unsigned int count = ActiveFile::MAX_DATA_BYTES;
-    for (unsigned int total = 0; total < MAX_DRAINED_BYTES && count > 0 && stream->isOpen(); total += count)
+    bool ended = false;
+    for (unsigned int total = 0; total < MAX_DRAINED_BYTES && count > 0 && !hook.isDisconnected(); total += count)
     {
         String text;
-        bool ended = false;
         text.native_alloc(ActiveFile::MAX_DATA_BYTES);
-        stream->readToEof(text.data(), static_cast<unsigned int>(text.length()), count, ended, true);
+        m_streams[indexOf(type)]->readToEof(text.data(), static_cast<unsigned int>(text.length()), count, ended, true);
         text.native_alloc(static_cast<int>(count));
         if (count > 0)
             onStreamData(type, std::move(text));
     }
+    if (ended)
+        hook.disconnect();
+}
+
+/// Unless something may still come.
+void CFutureShell::deactivate()
+{
+    bool isActive = m_client.isObserved();
+    for (Sig::ScopedConnection const& hook : m_streamHooks)
+        isActive = isActive || !hook.isDisconnected();
+    ZKAutoLock<ZKMutex> const guard(m_lock);
+    m_isActive = isActive;
 }
 
 XCode CFutureShell::sendData(String const& data)
@@ -268,7 +294,7 @@ XCode CFutureShell::sendData(String const& data)
     ZKLWPtr<ActiveFile> const input = m_streams[INPUT];
     char const* next = data.c_str();
     unsigned int left = static_cast<unsigned int>(data.length());
-    XCode code;
+    XCode code = hasCompleted() ? codeOfErrno(EPIPE) : XCode(XCODE_SUCCESS);
     while (code && left > 0)
     {
         unsigned int count = 0;
@@ -284,12 +310,9 @@ XCode CFutureShell::sendData(String const& data)
 /// Waits until the terminal takes more.
 XCode CFutureShell::waitForInput(int fd)
 {
-    if (isOnLoop())
-    {
-        XCode code = codeOfErrno(EAGAIN);
-        code.setString("CANNOT SEND DATA BLOCKING WHILE SYNCHRONIZED ON IO EVENT LOOP");
+    XCode code = refuseOnLoop("CANNOT SEND DATA BLOCKING WHILE SYNCHRONIZED ON IO EVENT LOOP");
+    if (code.isErr())
         return code;
-    }
     if (hasCompleted())
         return codeOfErrno(EPIPE);
     pollfd terminal = {fd, POLLOUT, 0};
@@ -312,10 +335,9 @@ XCode CFutureShell::cancel(int signal)
 
 XCode CFutureShell::tryToCancel(int signal)
 {
-    if (isOnLoop())
-        return refusal("CANCEL");
-    if (hasCompleted())
-        return XCODE_FAILURE;
+    XCode code = refuseOnLoop("CANNOT CANCEL SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
+    if (code.isErr() || hasCompleted())
+        return code.isErr() ? code : XCode(XCODE_FAILURE);
     ZKAutoLock<ZKMutex> const guard(m_startLock);
     return stopCommand(signal);
 }
@@ -357,8 +379,7 @@ XCode CFutureShell::signal(int signal)
 
 XCode CFutureShell::waitForCompletion()
 {
-    if (!hasCompleted() && isOnLoop())
-        return refusal("WAIT FOR");
-    return CInherit::waitForCompletion();
+    XCode code = refuseOnLoop("CANNOT WAIT FOR SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
+    return code || hasCompleted() ? CInherit::waitForCompletion() : code;
 }
 }

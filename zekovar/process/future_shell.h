@@ -31,8 +31,7 @@ public:
     void setStreamObserver(StreamType type, Function<void(String)> observer) override;
 
     /// Writes to the program's terminal, and waits until it has taken all. The code of EPIPE once the program has ended.
-    /// On a thread that is synchronised to the loop what would have to wait fails with the code of EAGAIN, and a part may
-    /// be written. The code of EBADF before the start.
+    /// On a thread that is synchronised to the loop it fails where it would have to wait, with a part written. The code of EBADF before the start.
     XCode sendData(String const& data) override;
 
     /// Has the server send `signal` to the program, whose end ends the future, in state `cancelled`. A run that hasn't
@@ -70,25 +69,31 @@ private:
     ZKPtr<CFutureShell> getSelfIfAlive();
     XCode start();
     XCode startCommand(CJobShell const& job, XCode const& refusal);
+    void activate();
     void connectStreams(unsigned int fdCount, int const* fds);
     void connectStream(StreamType type);
     void drainStream(StreamType type);
+    void deactivate();
+    bool exchangeUnlessActive(unsigned int index, Function<void(String)>& observer);
     XCode tryToCancel(int signal);
     XCode stopCommand(int signal);
     XCode waitForInput(int fd);
     void end(XCode result);
 
     Shell::Client m_client;
-    Function<void(String)> m_streamObservers[STREAM_COUNT]; // guarded by the loop's standstill, as are the texts
-    String m_streamTexts[STREAM_COUNT];                     // what came while there was no observer
+
+    /// Guarded by m_lock while the future isn't active, and by the loop's standstill while it is, as are the texts.
+    Function<void(String)> m_streamObservers[STREAM_COUNT];
+    String m_streamTexts[STREAM_COUNT]; // what came while there was no observer
     ZKLWPtr<ActiveFile> m_streams[STREAM_COUNT];
     Sig::ScopedConnection m_streamHooks[STREAM_COUNT];
-    ZKMutex m_lock;            // guards the next four
+    ZKMutex m_lock;            // guards the next five
     unsigned int m_cancelling; // levels of enterCancel
     bool m_isResultPending;
     XCode m_pendingResult;
     bool m_hasResult;
-    ZKMutex m_startLock; // held while the command is started or cancelled; taken before those of the client
+    bool m_isActive;     // something may come from the loop
+    ZKMutex m_startLock; // held while the command is sent or cancelled; taken before the locks of the client
     bool m_isClaimed;    // guarded by m_startLock: the command was sent, or a cancel came before that
     std::atomic<bool> m_hasInput;
 };

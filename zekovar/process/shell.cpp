@@ -1,9 +1,10 @@
 #include "zekovar/process/shell.h"
 
 #include "zekovar/diagnostics/log.h"
-#include "zekovar/events/loop_standstill.h"
 #include "zekovar/events/standard_loops.h"
+#include "zekovar/events/synchronized.h"
 #include "zekovar/jobs/executor_immediate.h"
+#include "zekovar/process/future_shell.h"
 #include "zekovar/process/job_shell.h"
 #include "zekovar/process/text_growth.h"
 
@@ -13,6 +14,33 @@ namespace ZK::Shell
 {
 namespace
 {
+/// A command whose callbacks are there before it is started.
+class ObservedJob final : public CJobShell
+{
+public:
+    /// What is referred to is the caller's.
+    ObservedJob(StreamCallback const& output, StreamCallback const& errors, Future<String>* handle)
+        : m_output(output), m_errors(errors), m_handle(handle)
+    {
+    }
+
+    /// The first run gets the callbacks, and the caller's handle gets it.
+    ZKPtr<IFuture> createFuture() override
+    {
+        ZKPtr<CFutureShell> const future(MovePtr<CFutureShell>(new CFutureShell(this)));
+        future->setStreamObserver(StreamType::STANDARD_OUTPUT, std::exchange(m_output, nullptr));
+        future->setStreamObserver(StreamType::STANDARD_ERROR, std::exchange(m_errors, nullptr));
+        if (Future<String>* const handle = std::exchange(m_handle, nullptr))
+            *handle = Future<String>(future);
+        return future;
+    }
+
+private:
+    StreamCallback m_output;
+    StreamCallback m_errors;
+    Future<String>* m_handle;
+};
+
 /// What is to be run, in either form. It refers to the caller's objects.
 class Command
 {
@@ -25,14 +53,21 @@ public:
 
     String const& getLine() const { return m_line; }
 
-    /// Has the command sent.
-    XCode start(Future<String>& future) const
+    /// Has the command sent. A callback may change `handle`, which may be null, while this goes on.
+    XCode start(StreamCallback const& output, StreamCallback const& errors, Future<String>* handle,
+                Future<String>& run) const
     {
         ZKPtr<IExecutor> const executor(MovePtr<IExecutor>(new CExecutorImmediate()));
-        ZKPtr<CJobShell> const job(MovePtr<CJobShell>(new CJobShell(m_line, m_env)));
+        ZKPtr<CJobShell> const job(MovePtr<CJobShell>(new ObservedJob(output, errors, handle)));
+        job->setEnvironment(m_env);
         if (m_args != nullptr)
             job->setCmdLineArgs(*m_args);
-        return executor->invokeJob(job.getObj(), future.getFuture());
+        else
+            job->setCmdLine(m_line);
+        XCode code = executor->invokeJob(job.getObj(), run.getFuture());
+        if (code.isErr() && handle != nullptr)
+            *handle = run;
+        return code;
     }
 
 private:
@@ -73,53 +108,40 @@ XCode executeCommand(Command const& command, String* output, String* errors)
 {
     if (isCurrentThreadSynchronizedTo(IO::INSTANCE()))
         return refuseToBlock(command.getLine());
-    Future<String> future;
-    XCode code = command.start(future);
-    if (code.isErr())
-        return code;
     String ownErrors;
     if (errors == nullptr)
         errors = &ownErrors;
     int const errorsBefore = errors->length();
-    future.setStreamObserver(StreamType::STANDARD_ERROR, appendTo(errors));
-    future.setStreamObserver(StreamType::STANDARD_OUTPUT, appendTo(output));
+    Future<String> future;
+    XCode code = command.start(appendTo(output), appendTo(errors), nullptr, future);
+    if (code.isErr())
+        return code;
     code = future->waitForCompletion();
     // A process that the program has left behind may go on writing.
-    future.setStreamObserver(StreamType::STANDARD_ERROR, appendTo(nullptr));
     future.setStreamObserver(StreamType::STANDARD_OUTPUT, appendTo(nullptr));
+    future.setStreamObserver(StreamType::STANDARD_ERROR, appendTo(nullptr));
     if (code.isErr() && errors->length() > errorsBefore)
         code.setString(errors->substring(errorsBefore));
     return code;
 }
 
-XCode refuseSynchronous(FunctionContext const& context, char const* name)
+XCode refuseSynchronous(FunctionContext const& context, char const* text)
 {
-    if (context.type != FunctionContext::Type::SYNC)
-        return XCODE_SUCCESS;
-    return failure(String::stringOfFormat("CANNOT USE SYNCHRONOUS %s CALLBACK FOR SHELL COMMANDS", name));
+    return context.type == FunctionContext::Type::SYNC ? failure(text) : XCode(XCODE_SUCCESS);
 }
 
 XCode invokeCommand(Command const& command, ResultCallback const& result, StreamCallback const& output,
                     StreamCallback const& errors, Future<String>& future)
 {
-    XCode code = refuseSynchronous(result.getContext(), "RESULT");
+    XCode code = refuseSynchronous(result.getContext(), "CANNOT USE SYNCHRONOUS RESULT CALLBACK FOR SHELL COMMANDS");
     if (code)
-        code = refuseSynchronous(output.getContext(), "STDOUT");
+        code = refuseSynchronous(output.getContext(), "CANNOT USE SYNCHRONOUS STDOUT CALLBACK FOR SHELL COMMANDS");
     if (code)
-        code = refuseSynchronous(errors.getContext(), "STDERR");
+        code = refuseSynchronous(errors.getContext(), "CANNOT USE SYNCHRONOUS STDERR CALLBACK FOR SHELL COMMANDS");
     Future<String> run;
     if (code)
-        code = command.start(run);
-    // One stop for all, so that the first callback may already use the future, and the result comes last.
-    Detail::LoopStandstill const standstill(IO::INSTANCE());
-    future = run;
-    if (code.isErr())
-        return code;
-    if (output)
-        run.setStreamObserver(StreamType::STANDARD_OUTPUT, output);
-    if (errors)
-        run.setStreamObserver(StreamType::STANDARD_ERROR, errors);
-    if (result)
+        code = command.start(output, errors, &future, run);
+    if (code && result)
         run.setResultObserver(result);
     return code;
 }

@@ -8,9 +8,12 @@
 #include <cerrno>
 #include <cstring>
 #include <sys/socket.h>
+#include <unistd.h>
 
 using ZK::Detail::codeOfErrno;
 using ZK::Detail::codeOfResult;
+using ZK::Detail::withContext;
+using ZK::Detail::withText;
 
 namespace ZK::Shell
 {
@@ -21,9 +24,7 @@ constexpr int MAX_COUNT = 0x7FFFFFFF;
 
 XCode failure(char const* text)
 {
-    XCode code(XCODE_FAILURE);
-    code.setString(text);
-    return code;
+    return withText(XCODE_FAILURE, text);
 }
 }
 
@@ -38,33 +39,38 @@ Client::Client()
 
 Client::~Client()
 {
-    Client::close();
+    if (file().isOpen())
+        Client::close();
     forgetAnswers();
 }
 
 XCode Client::close()
 {
     Detail::LoopStandstill const standstill(file().getEventLoop());
+    return closeInStandstill();
+}
+
+XCode Client::closeInStandstill()
+{
     m_hook.disconnect();
     return Socket::close();
 }
 
-XCode Client::refuseOnLoop(char const* action)
+XCode Client::REFUSE_ON_LOOP(ZKEventLoop const& loop, char const* text)
 {
-    XCode code;
-    if (isCurrentThreadSynchronizedTo(file().getEventLoop()))
-    {
-        code = XCODE_FAILURE;
-        code.setStringF("CANNOT %s SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP", action);
-    }
-    return code;
+    return isCurrentThreadSynchronizedTo(loop) ? failure(text) : XCode(XCODE_SUCCESS);
+}
+
+XCode Client::refuseOnLoop(char const* text)
+{
+    return REFUSE_ON_LOOP(file().getEventLoop(), text);
 }
 
 XCode Client::sendCommand(ZKVector<String> const& args, ZKStringHashTable<String> const& env, unsigned int& fdCount,
                           int* fds)
 {
     fdCount = 0;
-    if (XCode code = refuseOnLoop("EXECUTE"); code.isErr())
+    if (XCode code = refuseOnLoop("CANNOT EXECUTE SHELL COMMAND WHILE SYNCHRONIZED ON IO EVENT LOOP"); code.isErr())
         return code;
     ZKAutoLock<ZKMutex> const request(m_requestLock);
     if (m_state != NOTHING_SENT)
@@ -90,19 +96,14 @@ XCode Client::sendCommand(ZKVector<String> const& args, ZKStringHashTable<String
 XCode Client::start(MsgBuffer const& message, unsigned int& fdCount, int* fds)
 {
     forgetAnswers();
+    // The loop looks at the socket from the moment that it is open, and may disconnect the hook then.
+    m_hook = file().onReadReady.connect(bindArgs(&Client::onSocketReadyForReading, this));
     XCode code = connect(SERVER_PATH);
     if (code.isErr())
-    {
-        code.extendString(String::stringOfFormat("COULD NOT CONNECT TO SERVER %s", SERVER_PATH), ": ");
-        return code;
-    }
-    observeSocket();
+        return withContext(code, String::stringOfFormat("COULD NOT CONNECT TO SERVER %s", SERVER_PATH).c_str());
     code = send(message.header(), 0, nullptr);
     if (code.isErr())
-    {
-        code.extendString("COULD NOT SEND EXECUTE MESSAGE TO SERVER", ": ");
-        return code;
-    }
+        return withContext(code, "COULD NOT SEND EXECUTE MESSAGE TO SERVER");
     code = waitForConfirmation(fdCount, fds);
     if (code)
         moveTo(NOTHING_SENT, RUNNING);
@@ -114,34 +115,29 @@ XCode Client::connect(String const& path)
     int const fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     XCode code = codeOfResult(fd);
     if (code.isErr())
-    {
-        code.setString("COULD NOT CREATE CLIENT SOCKET");
-        return code;
-    }
-    code = file().setFd(fd);
-    if (code.isErr())
-        return code;
+        return withText(code, "COULD NOT CREATE CLIENT SOCKET");
     sockaddr_un address;
     socklen_t const length = MAKE_ADDRESS(address, path);
     do
     {
         code = codeOfResult(::connect(fd, reinterpret_cast<sockaddr*>(&address), length));
     } while (code == codeOfErrno(EINTR));
-    if (code.isErr())
-        code.setStringF("COULD NOT BIND CLIENT SOCKET TO PATH %s", path.c_str());
-    return code;
+    if (code)
+        return file().setFd(fd);
+    ::close(fd);
+    return withText(code, String::stringOfFormat("COULD NOT BIND CLIENT SOCKET TO PATH %s", path.c_str()).c_str());
 }
 
-/// The loop may find the socket closed as soon as it watches it, and then disconnects the hook.
-void Client::observeSocket()
+/// Lets the server's side go, too. The descriptor stays: a thread that sends may be using it.
+void Client::stopObserving()
 {
-    Detail::LoopStandstill const standstill(file().getEventLoop());
-    m_hook = file().onReadReady.connect(bindArgs(&Client::onSocketReadyForReading, this));
+    m_hook.disconnect();
+    ::shutdown(file().getFd(), SHUT_RDWR);
 }
 
 XCode Client::sendCancel(int signal)
 {
-    if (XCode code = refuseOnLoop("CANCEL"); code.isErr())
+    if (XCode code = refuseOnLoop("CANNOT CANCEL SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP"); code.isErr())
         return code;
     ZKAutoLock<ZKMutex> const request(m_requestLock);
     if (m_state != RUNNING)
@@ -154,7 +150,7 @@ XCode Client::sendCancel(int signal)
 
 XCode Client::sendSignal(int signal)
 {
-    if (XCode code = refuseOnLoop("SIGNAL"); code.isErr())
+    if (XCode code = refuseOnLoop("CANNOT SIGNAL SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP"); code.isErr())
         return code;
     ZKAutoLock<ZKMutex> const request(m_requestLock);
     return m_state == RUNNING ? signalAndWait(signal) : XCode(XCODE_SUCCESS);
@@ -164,11 +160,8 @@ XCode Client::sendSignal(int signal)
 XCode Client::signalAndWait(int signal)
 {
     MsgSignal const message = makeSignal(signal);
-    XCode code = m_isLost ? codeOfErrno(EPIPE) : send(&message.header, 0, nullptr);
-    if (code.isErr())
-        code.extendString("COULD NOT SEND CANCEL MESSAGE TO SERVER", ": ");
-    else
-        code = waitForConfirmation();
+    XCode code = send(&message.header, 0, nullptr);
+    code = code ? waitForConfirmation() : withContext(code, "COULD NOT SEND CANCEL MESSAGE TO SERVER");
     return m_state == TERMINATED ? XCode(XCODE_SUCCESS) : code;
 }
 
@@ -190,15 +183,12 @@ XCode Client::waitForConfirmation()
 XCode Client::waitForConfirmation(unsigned int& fdCount, int* fds)
 {
     fdCount = 0;
-    XCode code = refuseOnLoop("WAIT FOR");
+    XCode code = refuseOnLoop("CANNOT WAIT FOR CONFIRMATION OF SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
     if (code.isErr())
         return code;
     code = m_semaphore.wait();
     if (code.isErr())
-    {
-        code.setString("COULD NOT BLOCK ON RX SEMAPHORE");
-        return code;
-    }
+        return withText(code, "COULD NOT BLOCK ON RX SEMAPHORE");
     MsgInfo answer;
     {
         ZKAutoLock<ZKMutex> const guard(m_lock);
@@ -275,9 +265,7 @@ void Client::onTerminated(MsgHdr const& message)
     XCode result;
     if (XCode malformed = readXCode(message, result); malformed.isErr())
         result = malformed;
-    m_hook.disconnect();
-    // lets the server's side go, while a thread that sends may still use the descriptor
-    ::shutdown(file().getFd(), SHUT_RDWR);
+    stopObserving();
     Function<void(Client*, XCode)> observer(nullptr);
     {
         ZKAutoLock<ZKMutex> const guard(m_lock);
@@ -289,14 +277,11 @@ void Client::onTerminated(MsgHdr const& message)
         observer(this, result);
 }
 
-void Client::onReceiveFailure(XCode code)
+void Client::onReceiveFailure(XCode const& code)
 {
     if (code != codeOfErrno(EPIPE))
-    {
-        code.extendString("COULD NOT RECEIVE MESSAGE", ": ");
-        RTD::error(MON_JOB, "%s", code.toString().c_str());
-    }
-    m_hook.disconnect();
+        RTD::error(MON_JOB, "%s", withContext(code, "COULD NOT RECEIVE MESSAGE").toString().c_str());
+    stopObserving();
     {
         ZKAutoLock<ZKMutex> const guard(m_lock);
         m_isLost = true;

@@ -58,6 +58,12 @@ public:
 
     XCode close() override;
 
+    /// As above, for a caller that keeps the loop out.
+    XCode closeInStandstill();
+
+    /// For a caller that keeps the loop out: whether there is still something to come.
+    bool isObserved() const { return !m_hook.isDisconnected(); }
+
     /// Connects to the server, has it start a program, and waits until it has. An empty `env` gives the program the
     /// server's own environment. On success the caller gets `fdCount` descriptors: standard input, output and error of
     /// the program. On failure the client is closed, in state 0, and `fdCount` is 0.
@@ -94,20 +100,22 @@ public:
 
     State getState() const { return m_state; }
 
+    /// For calls that would wait for `loop`: a failure with `text` on a thread that is synchronised to it.
+    static XCode REFUSE_ON_LOOP(ZKEventLoop const& loop, char const* text);
+
     /// Whether the connection went before the command's end.
     bool isLost() const { return m_isLost && m_state != TERMINATED; }
 
 private:
-    XCode refuseOnLoop(char const* action);
+    XCode refuseOnLoop(char const* text);
     XCode start(MsgBuffer const& message, unsigned int& fdCount, int* fds);
-    void observeSocket();
+    void stopObserving();
     XCode signalAndWait(int signal);
     bool moveTo(State from, State to);
     void forgetAnswers();
-    void wakeWaiter();
     void onAnswer(MsgInfo const& answer);
     void onTerminated(MsgHdr const& message);
-    void onReceiveFailure(XCode code);
+    void onReceiveFailure(XCode const& code);
 
     Sig::ScopedConnection m_hook;                    // guarded by the loop's standstill
     ZKList<MsgInfo> m_received;                      // guarded by m_lock
