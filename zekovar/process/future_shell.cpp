@@ -84,30 +84,23 @@ String CFutureShell::getTag()
 XCode CFutureShell::execute()
 {
     RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Executing", getTag().c_str());
-    XCode code = start();
+    ZKPtr<IJob> const run = job();
+    auto* const shellJob = dynamic_cast<CJobShell*>(run.getObj());
+    XCode code = shellJob != nullptr ? tryToExecute() : XCode(XCODE_FAILURE);
+    enterCancel(); // the log tells of the start before it tells of the end
+    if (shellJob == nullptr)
+        finished(code);
+    else if (code.isErr())
+        code = startCommand(*shellJob, code);
     if (code.isErr())
         RTD::error(MON_JOB, "[%s] FAILED TO EXECUTE: %s", getTag().c_str(), code.toString().c_str());
     else
         RTD_DEBUG(MON_JOB, DETAIL_LEVEL, "[%s] Successfully executed", getTag().c_str());
+    leaveCancel();
     return code;
 }
 
-XCode CFutureShell::start()
-{
-    ZKPtr<IJob> const run = job();
-    auto* const shellJob = dynamic_cast<CJobShell*>(run.getObj());
-    if (shellJob == nullptr)
-    {
-        finished(XCODE_FAILURE);
-        return XCODE_FAILURE;
-    }
-    XCode code = tryToExecute();
-    if (code.isErr())
-        code = startCommand(*shellJob, code);
-    return code;
-}
-
-/// Doesn't touch a future that runs, has completed, or was cancelled on its way here.
+/// The result is kept back. Doesn't touch a future that runs, has completed, or was cancelled on its way here.
 XCode CFutureShell::startCommand(CJobShell const& job, XCode const& refused)
 {
     XCode code;
@@ -125,11 +118,10 @@ XCode CFutureShell::startCommand(CJobShell const& job, XCode const& refused)
         connectStreams(fdCount, fds);
     else
         finished(code);
-    leaveCancel();
     return code;
 }
 
-/// From here on the loop may bring something, but the result is kept back until `leaveCancel`.
+/// From here on the loop may bring something.
 void CFutureShell::activate()
 {
     m_client.registerResultObserver(bindArgs(directCall(),
@@ -138,7 +130,6 @@ void CFutureShell::activate()
                                                  if (ZKPtr<CFutureShell> const self = getSelfIfAlive())
                                                      onShellClientResultAvailable(client, result);
                                              }));
-    enterCancel();
     ZKAutoLock<ZKMutex> const guard(m_lock);
     m_isActive = true;
 }

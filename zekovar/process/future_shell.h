@@ -67,7 +67,6 @@ private:
 
     String getTag();
     ZKPtr<CFutureShell> getSelfIfAlive();
-    XCode start();
     XCode startCommand(CJobShell const& job, XCode const& refusal);
     void activate();
     void connectStreams(unsigned int fdCount, int const* fds);
