@@ -1,6 +1,7 @@
 #include "zekovar/process/shell.h"
 
 #include "zekovar/diagnostics/log.h"
+#include "zekovar/events/loop_standstill.h"
 #include "zekovar/events/standard_loops.h"
 #include "zekovar/events/synchronized.h"
 #include "zekovar/jobs/executor_immediate.h"
@@ -130,6 +131,17 @@ XCode refuseSynchronous(FunctionContext const& context, char const* text)
     return context.type == FunctionContext::Type::SYNC ? failure(text) : XCode(XCODE_SUCCESS);
 }
 
+/// Has `callback` called on the loop or while it stands still, also by a thread that finds the command ended.
+ResultCallback besidesNoOther(ResultCallback const& callback)
+{
+    return bindArgs(directCall(),
+                    [callback](XCode code, String text)
+                    {
+                        Detail::LoopStandstill const standstill(IO::INSTANCE());
+                        callback(std::move(code), std::move(text));
+                    });
+}
+
 XCode invokeCommand(Command const& command, ResultCallback const& result, StreamCallback const& output,
                     StreamCallback const& errors, Future<String>& future)
 {
@@ -142,7 +154,7 @@ XCode invokeCommand(Command const& command, ResultCallback const& result, Stream
     if (code)
         code = command.start(output, errors, &future, run);
     if (code && result)
-        run.setResultObserver(result);
+        run.setResultObserver(besidesNoOther(result));
     return code;
 }
 }
