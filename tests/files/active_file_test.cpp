@@ -200,8 +200,8 @@ TEST_F(ActiveFileTest, SlotsMayChangeEverythingUnderWay)
     ZK::Sig::Connection bytes, hangup;
     auto const closing = [&](TString<char>)
     {
-        note("closed ");
         EXPECT_TRUE(m_file->close() && watches() == 0);
+        note("closed ");
     };
     auto const dropping = [&](String)
     {

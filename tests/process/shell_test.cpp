@@ -126,7 +126,7 @@ TEST_F(ShellExecute, RefusesWhatTheLoopWouldHaveToDo)
     EXPECT_EQ("***** " + std::string(code.toString().c_str()) + "\n", testing::internal::GetCapturedStderr());
     ZK::Future<String> future;
     EXPECT_EQ(invoke("/bin/true", nullptr, future).toString(),
-              "CANNOT EXECUTE SHELL COMMAND WHILE SYNCHRONIZED ON IO EVENT LOOP");
+              "CANNOT EXECUTE SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
     EXPECT_FALSE(future);
 }
 

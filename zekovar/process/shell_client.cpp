@@ -70,7 +70,7 @@ XCode Client::sendCommand(ZKVector<String> const& args, ZKStringHashTable<String
                           int* fds)
 {
     fdCount = 0;
-    if (XCode code = refuseOnLoop("CANNOT EXECUTE SHELL COMMAND WHILE SYNCHRONIZED ON IO EVENT LOOP"); code.isErr())
+    if (XCode code = refuseOnLoop("CANNOT EXECUTE SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP"); code.isErr())
         return code;
     ZKAutoLock<ZKMutex> const request(m_requestLock);
     if (m_state != NOTHING_SENT)
