@@ -30,12 +30,12 @@ String textOf(time_t seconds)
 String resultOf(Operation operation, _Time_Absolute const& time, _Time_Relative const& offset, time_t now,
                 _TimeSpecification::SpecMode mode)
 {
-    _TimeSpecification specification;
-    specification.m_specification = time;
-    specification.m_offset = offset;
+    _TimeSpecification date;
+    date.m_specification = time;
+    date.m_offset = offset;
     unsigned int result = 7;
     String error;
-    if ((specification.*operation)(static_cast<unsigned int>(now), mode, result, error))
+    if ((date.*operation)(static_cast<unsigned int>(now), mode, result, error))
         return textOf(static_cast<time_t>(result));
     EXPECT_EQ(result, 7u);
     return error;

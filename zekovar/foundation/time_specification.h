@@ -72,7 +72,7 @@ public:
     /// such weekday, with a negative one from the end of the day behind the next one. An offset is 0, and not `UNSET`,
     /// if there is none.
     ///
-    /// `now` and the specification are local time. If any field is specified, the result is UTC, by the offset that
+    /// `now` and the specified fields are local time. If any field is specified, the result is UTC, by the offset that
     /// local time has at this moment; otherwise it is local time, too.
     ///
     /// Fails with `XCODE_FAILURE` and "Current date is invalid" if `now`, less the offset, isn't in 1970 to 2037, and
@@ -82,7 +82,7 @@ public:
 
     /// The yearly rule of a change of daylight-saving time: the first moment from `now` on that is the specified month,
     /// day, hour and minute, shifted by the days, the weekday and the minutes of the offset, in this order, each unless
-    /// it is `UNSET`. `now`, specification and result are in one time zone.
+    /// it is `UNSET`. `now`, the specified fields and the result are in one time zone.
     ///
     /// A specified year gives that year's moment. With `SPEC_END` and without a year it is that of 2036, which is also
     /// the last one that is looked at. Fails as `calculate`, also if one of the four fields is `UNSET`.
