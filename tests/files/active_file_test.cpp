@@ -347,8 +347,8 @@ TEST_F(ActiveFileTest, EmptyDatagramHoldsUpNoneBehindIt)
     use(ends[0], ends[1]);
     for (std::string const datagram : {"", "one ", "", "two"})
         EXPECT_EQ(::send(ends[1], datagram.data(), datagram.size(), 0), static_cast<ssize_t>(datagram.size()));
-    m_file->onHangup.connect(noting("!"));
     takeBytes();
+    m_file->onHangup.connect(noting("!"));
     EXPECT_TRUE(eventually([&] { return synchronized([&] { return m_told.ends_with("two"); }); })) << m_told;
 }
 

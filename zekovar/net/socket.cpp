@@ -16,7 +16,7 @@ namespace
 {
 constexpr socklen_t LONGEST_TEXT_OPTION = 16;
 
-/// The failure with `message` in front of the system's text.
+/// A failure with `message`, in front of the text that it may have.
 XCode extended(XCode code, char const* message)
 {
     if (code.isErr())
