@@ -372,4 +372,10 @@ TEST_F(ActiveFileTest, UrgentDataOfTcpHoldsNothingUp)
     EXPECT_TRUE(isTold("in front behind"));
     EXPECT_TRUE(::send(peer, "U", 1, MSG_OOB) == 1 && turn() && isTold("in front behind"));
     EXPECT_TRUE(send(".") && isTold("in front behind."));
+
+    int ends[2]; // what holds for TCP doesn't hold for the next descriptor
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    synchronized([&] { m_file->onHangup.connect(noting("!")), m_file->setFd(ends[0]); });
+    ::close(ends[1]);
+    EXPECT_TRUE(isTold("in front behind.!"));
 }

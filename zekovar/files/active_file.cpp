@@ -99,6 +99,7 @@ public:
     {
         FileObserverFn::prepare(file, type);
         m_isTcp = isTcp(file.getFd());
+        m_owner.m_shortReadDrains = false; // a hangup may come first
         if (m_isTcp && type != WRITE)
             getObservedFileEpollEvent().events |= EPOLLPRI;
     }

@@ -75,7 +75,8 @@ public:
     XCode open(int flags, unsigned int mode, XOFlag extra) override;
     XCode close() override;
 
-    /// Closes the old descriptor, whose failure ends the call, and takes `fd` and its path.
+    /// Closes the old descriptor, whose failure ends the call, and takes `fd` and its path. (`setValidFd` of the base doesn't
+    /// look at the slots.)
     virtual XCode setFd(int fd);
 
     /// Ends the watching and gives up this handle on the file.
