@@ -175,7 +175,7 @@ TEST(TcpServer, LackOfDescriptorsLosesNobodyWhoWaits)
     EchoServer echo;
     EXPECT_TRUE(echo.server->getListener()->isListening()); // which meets the class that will be asked again
     Peer const first = echo.connectPeer();
-    ASSERT_TRUE(echo.waitFor(echo.connected, 1));
+    ASSERT_TRUE(echo.waitFor(echo.connected, 1) && echo.loop.handleAll());
     for (bool const anotherComes : {true, false}) // its arrival is an edge; without one the listener asks again
     {
         int const before = echo.connected;
