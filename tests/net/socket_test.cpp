@@ -93,6 +93,13 @@ TEST(Socket, OptionsAreReadAsTheyWereSet)
     EXPECT_TRUE(socket->getOption(SOL_SOCKET, SO_TYPE, type).isSuccess() && type == SOCK_STREAM);
     EXPECT_TRUE(socket->setOptionLinger(1, 30).isSuccess());
     EXPECT_TRUE(socket->getOptionLinger(onOff, seconds).isSuccess() && onOff == 1 && seconds == 30);
+}
+
+TEST(Socket, TextOptionsAreReadAndSet)
+{
+    TestLoop loop;
+    Socket const socket = makeSocket(loop);
+    ASSERT_TRUE(socket->openSocketOnly(AF_INET, SOCK_STREAM, 0).isSuccess());
     String congestion;
     EXPECT_TRUE(socket->getOption(IPPROTO_TCP, TCP_CONGESTION, congestion).isSuccess());
     EXPECT_FALSE(congestion.isEmpty());
