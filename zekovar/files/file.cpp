@@ -17,7 +17,7 @@ using ZK::Detail::codeOfResult;
 /// What the copies of a file share.
 struct ZKFile::Record
 {
-    unsigned int handleCount;
+    std::atomic<unsigned int> handleCount; // handles may go on several threads
     String path;
     std::atomic<int> fd; // -1 while closed; an active file is asked for it on several threads
     bool autoClose;
