@@ -1,7 +1,7 @@
 // Reading and writing JSON and UBJSON, beside nlohmann/json, Qt's and RapidJSON: a configuration, an array of records, a
-// mixed document, and one object of 1,000 keys. `peak` is the memory that reading takes at most, as a multiple of the
-// text's size, as far as the allocator counts it. Qt's reader checks its input for UTF-8, ours takes any bytes;
-// RapidJSON leaves everything in one pool and doesn't look for repeated keys.
+// mixed document, one object of 1,000 keys, and a list of the shortest numbers. `peak` is the memory that reading takes at
+// most, as a multiple of the text's size, as far as the allocator counts it. Qt's reader checks its input for UTF-8, ours
+// takes any bytes; RapidJSON leaves everything in one pool and doesn't look for repeated keys.
 
 #include "zekovar/property/json.h"
 #include "zekovar/property/ubjson.h"
@@ -109,6 +109,14 @@ std::string makeThousandKeys()
     return text + "}";
 }
 
+std::string makeOnes(size_t size)
+{
+    std::string text = "[1";
+    while (text.size() < size)
+        text += ",1";
+    return text + "]";
+}
+
 struct Document
 {
     char const* name;
@@ -120,7 +128,8 @@ std::vector<Document> const& documents()
     static std::vector<Document> const all = {{"1K_configuration", makeConfiguration()},
                                               {"64K_records", makeRecords(64 * 1024)},
                                               {"1500K_mixed", makeMixed(1500 * 1024)},
-                                              {"1000_keys", makeThousandKeys()}};
+                                              {"1000_keys", makeThousandKeys()},
+                                              {"1M_ones", makeOnes(1 << 20)}};
     return all;
 }
 

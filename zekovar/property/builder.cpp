@@ -10,7 +10,6 @@ namespace
 // of a stack that grows by what is still to be read
 constexpr double LEEWAY = 1.02;
 constexpr double SMALLEST_STEP = 1.25;
-constexpr double LARGEST_STEP = 4;
 
 template <class T>
 void moveBytes(T* target, T const* source, std::size_t count)
@@ -30,10 +29,11 @@ void Value::Store::Builder::Stack<T>::resize(std::size_t capacity)
 }
 
 template <class T>
-void Value::Store::Builder::Stack<T>::growFor(double times)
+void Value::Store::Builder::Stack<T>::growFor(double times, std::size_t most)
 {
-    double const wanted = static_cast<double>(m_size) * std::clamp(times * LEEWAY, SMALLEST_STEP, LARGEST_STEP);
-    resize(static_cast<std::size_t>(wanted));
+    auto const size = static_cast<double>(m_size);
+    double const wanted = std::min(size * times * LEEWAY, size + static_cast<double>(most));
+    resize(static_cast<std::size_t>(std::max(wanted, size * SMALLEST_STEP)));
 }
 
 template <class T>

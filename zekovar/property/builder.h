@@ -29,11 +29,11 @@ public:
     std::size_t size() const { return m_values.size(); }
 
     /// To be told how much of a document was read. A large stack that is full then gets the room that the rest will need
-    /// if it goes on like this, as growing in small steps would have it in memory twice.
+    /// if it goes on like this, as growing in steps would have it in memory twice.
     void noteProgress(std::size_t bytesRead, std::size_t bytesInAll)
     {
         if (m_values.isFull() && m_values.size() >= LARGE)
-            m_values.growFor(static_cast<double>(bytesInAll) / static_cast<double>(bytesRead));
+            m_values.growFor(static_cast<double>(bytesInAll) / static_cast<double>(bytesRead), bytesInAll - bytesRead);
     }
 
     /// A value made from what a `Value` can be made from.
@@ -120,8 +120,8 @@ private:
         /// Forgets the nodes from `start` on, which were moved.
         void forgetFrom(std::size_t start) { m_size = start; }
 
-        /// Makes room for so many times the nodes that are there, but at most four times.
-        void growFor(double times);
+        /// Makes room for so many times the nodes that are there, but hardly for more than `most` further ones.
+        void growFor(double times, std::size_t most);
 
     private:
         T* giveMemory(std::size_t start);
