@@ -42,13 +42,17 @@ if(ZEKOVAR_WITH_JEMALLOC AND NOT ZEKOVAR_JEMALLOC_LIBRARY)
     message(FATAL_ERROR "ZEKOVAR_WITH_JEMALLOC is ON, but libjemalloc was not found (Debian: libjemalloc-dev)")
 endif()
 
-# libcrypto writes the platform public key as PEM and does nothing else here. A cross sysroot rarely has it.
-if(CMAKE_CROSSCOMPILING)
-    set(ZEKOVAR_LIBCRYPTO_DEFAULT OFF)
-else()
-    set(ZEKOVAR_LIBCRYPTO_DEFAULT ON)
-endif()
-option(ZEKOVAR_WITH_LIBCRYPTO "Link with libcrypto" ${ZEKOVAR_LIBCRYPTO_DEFAULT})
+# An option for a library that is there on every machine for development, but rarely in a cross sysroot.
+macro(zekovar_library_option name help)
+    if(CMAKE_CROSSCOMPILING)
+        option(${name} "${help}" OFF)
+    else()
+        option(${name} "${help}" ON)
+    endif()
+endmacro()
+
+# libcrypto writes the platform public key as PEM and does nothing else here.
+zekovar_library_option(ZEKOVAR_WITH_LIBCRYPTO "Link with libcrypto")
 if(ZEKOVAR_WITH_LIBCRYPTO)
     find_package(OpenSSL 1.1 QUIET COMPONENTS Crypto)
     if(NOT TARGET OpenSSL::Crypto)
@@ -56,13 +60,8 @@ if(ZEKOVAR_WITH_LIBCRYPTO)
     endif()
 endif()
 
-# zlib unpacks data for deCompress and does nothing else here. A cross sysroot rarely has it.
-if(CMAKE_CROSSCOMPILING)
-    set(ZEKOVAR_ZLIB_DEFAULT OFF)
-else()
-    set(ZEKOVAR_ZLIB_DEFAULT ON)
-endif()
-option(ZEKOVAR_WITH_ZLIB "Link with zlib" ${ZEKOVAR_ZLIB_DEFAULT})
+# zlib unpacks data for deCompress and does nothing else here.
+zekovar_library_option(ZEKOVAR_WITH_ZLIB "Link with zlib")
 if(ZEKOVAR_WITH_ZLIB)
     find_package(ZLIB QUIET)
     if(NOT TARGET ZLIB::ZLIB)
@@ -70,13 +69,8 @@ if(ZEKOVAR_WITH_ZLIB)
     endif()
 endif()
 
-# libcurl is the HTTP client below ZK::Xfer and does nothing else here. A cross sysroot rarely has it.
-if(CMAKE_CROSSCOMPILING)
-    set(ZEKOVAR_CURL_DEFAULT OFF)
-else()
-    set(ZEKOVAR_CURL_DEFAULT ON)
-endif()
-option(ZEKOVAR_WITH_CURL "Load libcurl for file transfers" ${ZEKOVAR_CURL_DEFAULT})
+# libcurl is the HTTP client below ZK::Xfer and does nothing else here.
+zekovar_library_option(ZEKOVAR_WITH_CURL "Load libcurl for file transfers")
 if(ZEKOVAR_WITH_CURL)
     find_package(CURL 7.56 QUIET)
     if(NOT TARGET CURL::libcurl)

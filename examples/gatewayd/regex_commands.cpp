@@ -55,34 +55,22 @@ void RegexCommands::end()
 
 void RegexCommands::match(Call const& call, String const& arguments)
 {
-    answerLater(call,
-                [call, text = arguments]() mutable
+    answerLater(call, arguments,
+                [call](ZKRegEx::Pattern& pattern, String& text)
                 {
-                    ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
-                    if (!pattern)
-                    {
-                        refuse(call, "PATTERN has a syntax error");
-                        return;
-                    }
-                    ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
+                    ZKPtr<ZKRegEx::Matcher> const matcher = pattern.createMatcher(text, 0);
                     call.say(matcher->match().isErr() ? String("no match")
-                                                      : groupsOf(*pattern.getObj(), *matcher.getObj(), text));
+                                                      : groupsOf(pattern, *matcher.getObj(), text));
                 });
 }
 
 void RegexCommands::subst(Call const& call, String const& arguments)
 {
-    answerLater(call,
-                [call, text = arguments]() mutable
+    answerLater(call, arguments,
+                [call](ZKRegEx::Pattern& pattern, String& text)
                 {
-                    ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text));
-                    if (!pattern)
-                    {
-                        refuse(call, "PATTERN has a syntax error");
-                        return;
-                    }
                     ZKPtr<ZKRegEx::Formatter> const formatter = ZKRegEx::COMPILE_SUBSTITUTION(takeArgument(text));
-                    ZKPtr<ZKRegEx::Matcher> const matcher = pattern->createMatcher(text, 0);
+                    ZKPtr<ZKRegEx::Matcher> const matcher = pattern.createMatcher(text, 0);
                     String result;
                     call.say(matcher->match().isErr() ? String("no match") : formatter->format(matcher, result));
                 });
@@ -90,12 +78,15 @@ void RegexCommands::subst(Call const& call, String const& arguments)
 
 /// Nested repetition can take longer than anyone waits. So a match has a thread of its own, to which its pattern belongs: no
 /// further line is taken meanwhile, but the console's loop serves the signal that ends the daemon.
-void RegexCommands::answerLater(Call const& call, std::function<void()> const& answer)
+void RegexCommands::answerLater(Call const& call, String const& arguments, Answer const& answer)
 {
     call.session->pause();
-    auto const task = [call, answer]
+    auto const task = [call, text = arguments, answer]() mutable
     {
-        answer();
+        if (ZKPtr<ZKRegEx::Pattern> const pattern = ZKRegEx::COMPILE_EXPRESSION(takeArgument(text)))
+            answer(*pattern.getObj(), text);
+        else
+            refuse(call, "PATTERN has a syntax error");
         call.session->resume();
     };
     if (XCode code = m_matchers.run(task); code.isErr())

@@ -124,41 +124,19 @@ private:
 ActiveFile::ActiveFile(ZKEventLoop& loop, String const& path, bool autoClose, bool autoRemove)
     : RefCountedUnlessBeingDestroying(&loop.getEventSync(EventPrio::NORMAL)),
       ZKFile(path, autoClose, autoRemove),
-      m_loop(&loop),
-      m_mutex(false),
-      m_watch(0),
-      m_hangupReport(0),
-      m_hasHangupReport(false),
-      m_bringsMuch(false),
-      m_shortReadDrains(false)
+      m_loop(&loop)
 {
     registerSignalObservers();
 }
 
 ActiveFile::ActiveFile(ZKEventLoop& loop, int fd, bool autoClose, bool autoRemove)
-    : RefCountedUnlessBeingDestroying(nullptr),
-      ZKFile(fd, autoClose, autoRemove),
-      m_loop(&loop),
-      m_mutex(false),
-      m_watch(0),
-      m_hangupReport(0),
-      m_hasHangupReport(false),
-      m_bringsMuch(false),
-      m_shortReadDrains(false)
+    : RefCountedUnlessBeingDestroying(nullptr), ZKFile(fd, autoClose, autoRemove), m_loop(&loop)
 {
     registerSignalObservers();
 }
 
 ActiveFile::ActiveFile(ActiveFile const& other)
-    : RefCountedUnlessBeingDestroying(nullptr),
-      ZKFile(other),
-      m_loop(other.m_loop),
-      m_mutex(false),
-      m_watch(0),
-      m_hangupReport(0),
-      m_hasHangupReport(false),
-      m_bringsMuch(false),
-      m_shortReadDrains(false)
+    : RefCountedUnlessBeingDestroying(nullptr), ZKFile(other), m_loop(other.m_loop)
 {
     registerSignalObservers();
 }

@@ -120,13 +120,13 @@ private:
     // Null while nobody listens to onWriteReady. A descriptor can be watched only once: if both are wanted, this is the
     // read observer.
     ZKLWPtr<FileObserverFn> m_writeObserver;
-    ZKMutexPrivate m_mutex;            // guards the observers; taken while the loop stands still, or by itself
-    std::atomic<unsigned int> m_watch; // what the observers are for, see the source
+    ZKMutexPrivate m_mutex{false};         // guards the observers; taken while the loop stands still, or by itself
+    std::atomic<unsigned int> m_watch = 0; // what the observers are for, see the source
 
     // only for the loop's thread
-    unsigned int m_hangupReport; // the queue's number of the report in which onHangup was raised last
-    bool m_hasHangupReport;
-    bool m_bringsMuch;      // the last report did
-    bool m_shortReadDrains; // a read that gives less than it could has taken all
+    unsigned int m_hangupReport = 0; // the queue's number of the report in which onHangup was raised last
+    bool m_hasHangupReport = false;
+    bool m_bringsMuch = false;      // the last report did
+    bool m_shortReadDrains = false; // a read that gives less than it could has taken all
 };
 }

@@ -12,6 +12,16 @@ namespace ZK
 namespace
 {
 constexpr int PATH_LIMIT = 107;
+
+/// Calls `work` with the address of `path`, if that has one.
+template <class Work>
+XCode withAddress(String const& path, Work const& work)
+{
+    sockaddr_storage storage;
+    unsigned int length = 0;
+    XCode const code = UnixSocket::SOCK_ADDR(&storage, length, path);
+    return code ? work(reinterpret_cast<sockaddr const*>(&storage), length) : code;
+}
 }
 
 UnixSocket::UnixSocket(ZKEventLoop& loop, bool autoClose) : UnixSocket(loop, -1, autoClose)
@@ -62,54 +72,36 @@ XCode UnixSocket::openSocketOnly(int type)
 
 XCode UnixSocket::bindOnly(String const& path)
 {
-    sockaddr_storage storage;
-    unsigned int length = 0;
-    XCode code = SOCK_ADDR(&storage, length, path);
-    if (code)
-        code = ZKFile::REMOVE(path);
-    if (code)
-        code = Socket::bindOnly(reinterpret_cast<sockaddr const*>(&storage), length);
-    return code;
+    return withAddress(path,
+                       [&](sockaddr const* address, unsigned int length)
+                       {
+                           XCode const code = ZKFile::REMOVE(path);
+                           return code ? Socket::bindOnly(address, length) : code;
+                       });
 }
 
 XCode UnixSocket::connectOnly(String const& path)
 {
-    sockaddr_storage storage;
-    unsigned int length = 0;
-    XCode code = SOCK_ADDR(&storage, length, path);
-    if (code)
-        code = Socket::connectOnly(reinterpret_cast<sockaddr const*>(&storage), length);
-    return code;
+    return withAddress(path, [&](sockaddr const* address, unsigned int length)
+                       { return Socket::connectOnly(address, length); });
 }
 
 XCode UnixSocket::bind(int type, String const& path)
 {
-    sockaddr_storage storage;
-    unsigned int length = 0;
-    XCode code = SOCK_ADDR(&storage, length, path);
-    if (code)
-        code = Socket::bind(AF_UNIX, type, 0, reinterpret_cast<sockaddr const*>(&storage), length);
-    return code;
+    return withAddress(path, [&](sockaddr const* address, unsigned int length)
+                       { return Socket::bind(AF_UNIX, type, 0, address, length); });
 }
 
 XCode UnixSocket::listen(int type, String const& path, int backlog)
 {
-    sockaddr_storage storage;
-    unsigned int length = 0;
-    XCode code = SOCK_ADDR(&storage, length, path);
-    if (code)
-        code = Socket::listen(AF_UNIX, type, 0, reinterpret_cast<sockaddr const*>(&storage), length, backlog);
-    return code;
+    return withAddress(path, [&](sockaddr const* address, unsigned int length)
+                       { return Socket::listen(AF_UNIX, type, 0, address, length, backlog); });
 }
 
 XCode UnixSocket::connect(int type, String const& path)
 {
-    sockaddr_storage storage;
-    unsigned int length = 0;
-    XCode code = SOCK_ADDR(&storage, length, path);
-    if (code)
-        code = Socket::connect(AF_UNIX, type, 0, reinterpret_cast<sockaddr const*>(&storage), length);
-    return code;
+    return withAddress(path, [&](sockaddr const* address, unsigned int length)
+                       { return Socket::connect(AF_UNIX, type, 0, address, length); });
 }
 
 XCode UnixSocket::listenOnly(int backlog)

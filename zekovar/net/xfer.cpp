@@ -137,10 +137,7 @@ XCode Xfer::postJson(Value& out, String const& path, Value const& body, String c
 
 XCode Xfer::postJson(String const& path, Value const& body, String const& headers)
 {
-    TString<char> json;
-    if (XCode code = body.toJson(json); code.isErr())
-        return code;
-    return postBinary(path, json, withHeader(headers, CONTENT_JSON));
+    return sendJson(Method::POST, path, body, withHeader(headers, CONTENT_JSON));
 }
 
 XCode Xfer::postJson(String const& path, String const& body, String const& headers)
@@ -170,10 +167,7 @@ XCode Xfer::putJson(String const& path, String const& body, String const& header
 
 XCode Xfer::putJson(String const& path, Value const& body, String const& headers)
 {
-    TString<char> json;
-    if (XCode code = body.toJson(json); code.isErr())
-        return code;
-    return putBinary(path, json, headers);
+    return sendJson(Method::PUT, path, body, headers);
 }
 
 XCode Xfer::deleteBinary(String const& path, TString<char> const& body, String const& headers)
@@ -193,10 +187,7 @@ XCode Xfer::deleteJson(String const& path, String const& body, String const& hea
 
 XCode Xfer::deleteJson(String const& path, Value const& body, String const& headers)
 {
-    TString<char> json;
-    if (XCode code = body.toJson(json); code.isErr())
-        return code;
-    return deleteBinary(path, json, withHeader(headers, CONTENT_JSON));
+    return sendJson(Method::DELETE, path, body, withHeader(headers, CONTENT_JSON));
 }
 
 XCode Xfer::deleteNoContent(String const& path, String const& headers)
@@ -208,6 +199,13 @@ XCode Xfer::send(Method method, String const& path, std::string_view body, Strin
 {
     TString<char> dropped;
     return exchange(dropped, method, path, body, headers);
+}
+
+XCode Xfer::sendJson(Method method, String const& path, Value const& body, String const& headers)
+{
+    TString<char> json;
+    XCode const code = body.toJson(json);
+    return code ? send(method, path, viewOf(json), headers) : code;
 }
 
 XCode Xfer::exchange(TString<char>& out, Method method, String const& path, std::string_view body,

@@ -136,6 +136,7 @@ private:
     unsigned int curlWriteCallback(void* data, unsigned int size, unsigned int count);
 
     XCode send(Method method, String const& path, std::string_view body, String const& headers);
+    XCode sendJson(Method method, String const& path, Property::Value const& body, String const& headers);
     XCode exchange(TString<char>& out, Method method, String const& path, std::string_view body, String const& headers);
     XCode request(Method method, String const& path, std::string_view body, String const& headers);
     bool setMethod(Method method, std::string_view body);
