@@ -51,7 +51,7 @@ class ActiveFile : public RefCountedUnlessBeingDestroying, public ZKFile
 {
 public:
     /// The most that one data signal carries.
-    static constexpr unsigned int MAX_DATA_BYTES = 64 * 1024;
+    static constexpr unsigned int MAX_DATA_BYTES = 256 * 1024;
 
     /// A closed file. The counted object's lock is the stop of the loop. The flags are those of `ZKFile`.
     ActiveFile(ZKEventLoop& loop, String const& path, bool autoClose, bool autoRemove);

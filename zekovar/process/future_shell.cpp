@@ -253,16 +253,14 @@ void CFutureShell::end(XCode result)
 void CFutureShell::drainStream(StreamType type)
 {
     Sig::ScopedConnection& hook = m_streamHooks[indexOf(type)];
-    unsigned int count = ActiveFile::MAX_DATA_BYTES;
+    char block[16 * 1024];
+    unsigned int count = sizeof(block);
     bool ended = false;
     for (unsigned int total = 0; total < MAX_DRAINED_BYTES && count > 0 && !hook.isDisconnected(); total += count)
     {
-        String text;
-        text.native_alloc(ActiveFile::MAX_DATA_BYTES);
-        m_streams[indexOf(type)]->readToEof(text.data(), static_cast<unsigned int>(text.length()), count, ended, true);
-        text.native_alloc(static_cast<int>(count));
+        m_streams[indexOf(type)]->readToEof(block, sizeof(block), count, ended, true);
         if (count > 0)
-            onStreamData(type, std::move(text));
+            onStreamData(type, String(block, static_cast<int>(count), 0, static_cast<int>(count)));
     }
     if (ended)
         hook.disconnect();
