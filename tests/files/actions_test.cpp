@@ -4,22 +4,15 @@
 
 namespace
 {
-using Delegate = ObserverDelegate<IActions, IActions::Observer>;
-
 struct Engine : Actions
 {
     using Text = String const&;
 
-    MOCK_METHOD(XCode, addObserver, (Observer*), (override));
-    MOCK_METHOD(XCode, addObserver, (Delegate*), (override));
-    MOCK_METHOD(XCode, removeObserver, (Observer*), (override));
-    MOCK_METHOD(XCode, removeObserver, (Delegate*), (override));
     MOCK_METHOD(XCode, onSystemUp, (), (override));
     MOCK_METHOD(XCode, addRule, (Text), (override));
     MOCK_METHOD(XCode, removeRule, (Text), (override));
     MOCK_METHOD(XCode, addRuleCondition, (Text, Text, Text, Text), (override));
     MOCK_METHOD(XCode, removeRuleCondition, (Text, Text, Text, Text), (override));
-    MOCK_METHOD(XCode, setRuleActions, (Text, ZKList<String> const&), (override));
     MOCK_METHOD(XCode, registerEvent, (Text, Text, Text), (override));
     MOCK_METHOD(XCode, unregisterEvent, (Text, Text, Text), (override));
     MOCK_METHOD(XCode, sendEvent, (Text, Text, Text), (override));
@@ -29,33 +22,21 @@ struct Engine : Actions
 TEST(Actions, CallsReachTheRegisteredEngineOnly)
 {
     testing::StrictMock<Engine> engine;
-    auto* const observer = reinterpret_cast<IActions::Observer*>(&engine); // which nobody looks into
-    auto* const delegate = reinterpret_cast<Delegate*>(&engine);
-    ZKList<String> const actions;
     String const a("a"), b("b"), c("c"), d("d");
     auto const callAll = [&]
     {
-        return Actions::ADD_OBSERVER(observer) && Actions::ADD_OBSERVER(delegate) &&
-               Actions::REMOVE_OBSERVER(observer) && Actions::REMOVE_OBSERVER(delegate) && Actions::ON_SYSTEM_UP() &&
-               Actions::ADD_RULE(a) && Actions::REMOVE_RULE(b) && Actions::ADD_RULE_CONDITION(a, b, c, d) &&
-               Actions::REMOVE_RULE_CONDITION(d, c, b, a) && Actions::SET_RULE_ACTIONS(a, actions) &&
+        return Actions::ON_SYSTEM_UP() && Actions::ADD_RULE(a) && Actions::REMOVE_RULE(b) &&
+               Actions::ADD_RULE_CONDITION(a, b, c, d) && Actions::REMOVE_RULE_CONDITION(d, c, b, a) &&
                Actions::REGISTER_EVENT(a, b, c) && Actions::UNREGISTER_EVENT(c, b, a) && Actions::SEND_EVENT(b, c, a);
     };
-    EXPECT_EQ(Actions::s_pActions.load(), Actions::INSTANCE());
-    EXPECT_EQ(Actions::INSTANCE()->getLock(), nullptr);
     EXPECT_TRUE(callAll());
 
     EXPECT_TRUE(Actions::REGISTER_ACTIONS_INTERFACE(&engine));
-    EXPECT_CALL(engine, addObserver(observer));
-    EXPECT_CALL(engine, addObserver(delegate));
-    EXPECT_CALL(engine, removeObserver(observer));
-    EXPECT_CALL(engine, removeObserver(delegate));
     EXPECT_CALL(engine, onSystemUp);
     EXPECT_CALL(engine, addRule(a));
     EXPECT_CALL(engine, removeRule(b));
     EXPECT_CALL(engine, addRuleCondition(a, b, c, d));
     EXPECT_CALL(engine, removeRuleCondition(d, c, b, a));
-    EXPECT_CALL(engine, setRuleActions(a, testing::Ref(actions)));
     EXPECT_CALL(engine, registerEvent(a, b, c));
     EXPECT_CALL(engine, unregisterEvent(c, b, a));
     EXPECT_CALL(engine, sendEvent(b, c, a)).WillOnce(testing::Return(XCODE_FAILURE));

@@ -82,22 +82,16 @@ TEST_F(File, LastHandleClosesAndRemoves)
     EXPECT_FALSE(isDescriptorOpen(fd) || ZKFile::EXISTS(m_path));
 
     second.destruct();
-    EXPECT_EQ(second.getPath(), "");
     EXPECT_EQ(second.open(O_RDONLY, 0, ZKFile::XO_NONE), XCODE_FAILURE);
-    EXPECT_EQ(third.setFd(0, false), XCODE_FAILURE);
 }
 
 TEST_F(File, TakenDescriptorsBringTheirPath)
 {
     ZKFile readEnd, file;
     ASSERT_TRUE(ZKFile::CREATE_PIPE(readEnd, file, true));
-    EXPECT_TRUE(readEnd.isFifo() && readEnd.isAutoClose() && readEnd.getPath().startsWith("pipe:["));
+    EXPECT_TRUE(readEnd.getPath().startsWith("pipe:["));
     int const old = file.getFd();
     EXPECT_EQ(::fcntl(old, F_GETFD), FD_CLOEXEC);
-    EXPECT_TRUE(file.setCloseOnExec(false) && ::fcntl(old, F_GETFD) == 0);
-    for (bool const blocking : {false, true})
-        EXPECT_TRUE(file.setBlocking(blocking) && file.isBlocking() == blocking);
-
     errno = EMFILE;
     EXPECT_EQ(file.setValidFd(-1), codeOfErrno(EMFILE));
     int const taken = ::open(m_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
@@ -111,19 +105,17 @@ TEST_F(File, TakenDescriptorsBringTheirPath)
 TEST_F(File, PropertiesAreThoseOfTheOpenDescriptorFirst)
 {
     ZKFile file(m_path, true, false);
-    EXPECT_FALSE(file.exists() || file.isRegular());
-    EXPECT_TRUE(file.getMode() == 0 && file.getSize() == -1 && file.getDevMajor() == -1);
+    EXPECT_EQ(file.getSize(), -1);
     ASSERT_TRUE(file.open(O_RDWR | O_CREAT, 0600, ZKFile::XO_NONE));
     ASSERT_TRUE(file.writef("%d-%s", 42, "x"));
-    EXPECT_EQ(file.getSize(), 4);
     ::unlink(m_path.c_str());
-    EXPECT_TRUE(file.exists() && file.isRegular());
+    EXPECT_TRUE(file.isRegular() && file.getSize() == 4);
     EXPECT_EQ(file.remove(), codeOfErrno(ENOENT));
     EXPECT_FALSE(file.exists());
 
     int major = 0, minor = 0;
     ZKFile const null("/dev/null", false, false);
-    EXPECT_TRUE(null.isCharDev(nullptr, nullptr) && null.isCharDev(&major, &minor) && major == 1 && minor == 3);
+    EXPECT_TRUE(null.isCharDev(&major, &minor) && major == 1 && minor == 3);
 }
 
 TEST_F(File, NodesAreMadeWithTheirFullModeAndRenamed)
@@ -143,10 +135,8 @@ TEST_F(File, NodesAreMadeWithTheirFullModeAndRenamed)
     EXPECT_TRUE(file.isFifo() && !ZKFile::EXISTS(m_path));
 }
 
-TEST_F(File, CreateDirMakesAllThatIsMissing)
+TEST_F(File, CreateDirTellsWhatIsInTheWay)
 {
-    String const path = m_directory / "a/b/c";
-    EXPECT_TRUE(ZKFile::CREATE_DIR(path, 0755) && ZKFile(path, false, false).isDirectory());
     touch("file");
     EXPECT_TRUE(ZKFile::CREATE_DIR(m_directory / "file", 0755)) << "what exists is a success";
     EXPECT_EQ(ZKFile::CREATE_DIR("", 0755), codeOfErrno(ENOENT));
@@ -180,18 +170,15 @@ TEST_F(File, ListsOfDirectoriesAddTheirEntries)
                 testing::UnorderedElementsAre(".", "..", "one", "two"));
     entries.clear();
     ASSERT_TRUE(ZKFile::GET_FILES(m_directory.path(), entries, true));
-    String const missing = m_directory / "missing";
-    EXPECT_TRUE(ZKFile::GET_FILES(missing, entries, false));
-    EXPECT_EQ(ZKFile::LIST_DIRECTORY(missing, entries, false), codeOfErrno(ENOENT));
-    EXPECT_EQ(ZKFile::GET_SUBDIRECTORIES(missing, entries, false), codeOfErrno(ENOENT));
+    EXPECT_TRUE(ZKFile::GET_FILES(m_directory / "missing", entries, false));
+    EXPECT_EQ(ZKFile::LIST_DIRECTORY(m_directory / "missing", entries, false), codeOfErrno(ENOENT));
     EXPECT_TRUE(entries.size() == 1 && entries[0] == m_directory / "one");
 }
 
 TEST_F(File, PathsAndLinksAreTakenApart)
 {
-    EXPECT_TRUE(ZKFile::BASENAME("/") == "/" && ZKFile::BASENAME("/a/b") == "b");
-    EXPECT_TRUE(ZKFile::BASENAME("a/") == "" && ZKFile::BASENAME("a") == "a");
-    EXPECT_EQ(ZKFile::GET_PATH(-1), "");
+    EXPECT_EQ(listed(ZKFile::BASENAME("/"), ZKFile::BASENAME("/a/b"), ZKFile::BASENAME("a/"), ZKFile::BASENAME("a")),
+              "/|b||a");
 
     String const link = m_directory / "link";
     ASSERT_EQ(::symlink("some/where", link.c_str()), 0);

