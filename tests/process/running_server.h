@@ -44,6 +44,18 @@ inline std::vector<ProcessInfo> childrenOf(int parent)
     return children;
 }
 
+inline std::size_t openDescriptors(int pid)
+{
+    ZKVector<String> names;
+    EXPECT_TRUE(ZKFile::LIST_DIRECTORY(String::stringOfFormat("/proc/%d/fd", pid), names, false));
+    return names.size();
+}
+
+inline auto ownThreads()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+}
+
 /// A shell server for as long as the object lives. All processes that came of it, and all other children of this one, are
 /// ended and reaped then; so make it before there are threads and let it go last.
 class RunningServer

@@ -5,6 +5,7 @@
 #include "tests/string_printer.h"
 #include "tests/temporary_directory.h"
 
+#include <fcntl.h>
 #include <functional>
 #include <linux/sockios.h>
 #include <memory>
@@ -44,7 +45,13 @@ protected:
         std::strncpy(address.sun_path, m_path.c_str(), sizeof address.sun_path - 1);
         EXPECT_EQ(::bind(m_listener.getFd(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
         EXPECT_EQ(::listen(m_listener.getFd(), 5), 0);
-        observe([](XCode const&) {});
+        m_client->registerResultObserver(ZK::bindArgs(ZK::directCall(),
+                                                      [this](Client*, XCode const& code)
+                                                      {
+                                                          m_result = code;
+                                                          m_onResult();
+                                                          ++m_results;
+                                                      }));
     }
 
     ~ShellClient() override
@@ -56,27 +63,6 @@ protected:
         EXPECT_NE(writeEnd.revents & POLLERR, 0) << "a descriptor is left open";
     }
 
-    /// `act` is called with the command's end, behind which `m_results` grows.
-    void observe(std::function<void(XCode const&)> const& act)
-    {
-        m_client->registerResultObserver(ZK::bindArgs(ZK::directCall(),
-                                                      [this, act](Client*, XCode const& code)
-                                                      {
-                                                          m_result = code;
-                                                          act(code);
-                                                          ++m_results;
-                                                      }));
-    }
-
-    XCode sendCommand(ZKVector<String> const& args, ZKStringHashTable<String> const& env)
-    {
-        int fds[MAX_DESCRIPTORS];
-        XCode code = m_client->sendCommand(args, env, m_fdCount, fds);
-        for (unsigned int i = 0; i < m_fdCount; ++i)
-            ::close(fds[i]);
-        return code;
-    }
-
     /// Sends a command to a server that does `act` when it has it.
     XCode sendCommandTo(std::function<void()> const& act)
     {
@@ -84,15 +70,17 @@ protected:
             [&]
             {
                 m_connection = ZKFile(::accept4(m_listener.getFd(), nullptr, nullptr, SOCK_CLOEXEC), true, false);
-                m_received = receive();
+                EXPECT_EQ(receive(), commandMessage({"program"}));
                 act();
             });
         ZKVector<String> args;
         args.add("program");
-        args.add("x");
-        ZKStringHashTable<String> env;
-        env.add("NAME", "value");
-        XCode code = sendCommand(args, env);
+        int fds[MAX_DESCRIPTORS];
+        unsigned int fdCount = 77;
+        XCode code = m_client->sendCommand(args, {}, fdCount, fds);
+        for (unsigned int i = 0; i < fdCount; ++i)
+            EXPECT_EQ(::fcntl(ZKFile(fds[i], true, false).getFd(), F_GETFD), FD_CLOEXEC);
+        EXPECT_TRUE(code.isSuccess() || fdCount == 0);
         server.join();
         return code;
     }
@@ -100,19 +88,18 @@ protected:
     void run()
     {
         EXPECT_TRUE(sendCommandTo([this] { answer(message(ACK, ""), 3); }));
-        EXPECT_EQ(m_client->getState(), Client::RUNNING);
     }
 
-    /// Sends a signal to a server that does `act` when it has it.
-    XCode signalTo(XCode (Client::*call)(int), int signal, std::function<void()> const& act)
+    /// Sends a cancel to a server that does `act` when it has it.
+    XCode sendCancelTo(std::function<void()> const& act)
     {
         std::thread server(
             [&]
             {
-                EXPECT_EQ(receive(), signalMessage(signal));
+                EXPECT_EQ(receive(), signalMessage(15));
                 act();
             });
-        XCode code = (m_client.get()->*call)(signal);
+        XCode code = m_client->sendCancel(15);
         server.join();
         return code;
     }
@@ -124,8 +111,6 @@ protected:
         m_connection.readOnce(bytes, sizeof bytes, count, true);
         return std::string(bytes, count);
     }
-
-    void hangUp() { m_connection.close(); }
 
     /// Sends a message, with descriptors, and waits until it is taken, as a server does.
     void answer(std::string const& bytes, std::size_t fdCount = 0)
@@ -150,49 +135,16 @@ protected:
     ZKFile m_listener{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), true, false};
     ZKFile m_connection, m_readEnd, m_writeEnd;
     std::unique_ptr<Client> m_client{new TestClient(m_path)};
-    std::string m_received;
-    unsigned int m_fdCount = 77;
-    XCode m_result; // written before m_results
+    std::function<void()> m_onResult = [] {}; // set before the command is sent
+    XCode m_result;                           // written before m_results
     std::atomic<int> m_results = 0;
 };
 }
 
-TEST_F(ShellClient, SendsCommandAndTellsItsEnd)
-{
-    run();
-    EXPECT_EQ(m_received, commandMessage({"program", "x"}, {"NAME=value"}));
-    EXPECT_EQ(m_fdCount, 3u);
-    EXPECT_EQ(sendCommand(ZKVector<String>(), {}).toString(), "COMMAND IN PROGRESS");
-    answer(code(TERMINATED, XCODE_EXIT + 3, "text"));
-    ASSERT_TRUE(hasResult());
-    EXPECT_EQ(m_result.getValue(), XCODE_EXIT + 3);
-    EXPECT_EQ(m_result.toString(), "text");
-    EXPECT_EQ(receive(), "") << "the server's side can go";
-    EXPECT_TRUE(m_client->sendSignal(15));
-    EXPECT_TRUE(m_client->sendCancel(15));
-    EXPECT_EQ(m_client->getState(), Client::TERMINATED);
-}
-
-TEST_F(ShellClient, RefusesBeforeItConnects)
-{
-    ZKVector<String> args;
-    ZKStringHashTable<String> env;
-    for (int i = 0; i < 256; ++i)
-        env.add(String::stringOfFormat("%d", i), "");
-    EXPECT_EQ(sendCommand(args, env).toString(), "TOO MANY ENVIRONMENT VARIABLES");
-    args.add(String(std::string(4096 - 8, 'x').c_str()));
-    EXPECT_EQ(sendCommand(args, {}).toString(), "COMMAND TOO LONG");
-    pollfd listener = {m_listener.getFd(), POLLIN, 0};
-    EXPECT_EQ(::poll(&listener, 1, 0), 0);
-}
-
 TEST_F(ShellClient, FailureLeavesItReadyForAnotherCommand)
 {
-    XCode refusal = sendCommandTo([this] { answer(code(NAK, XCODE_ERRNO + EAGAIN, "why"), 1); });
-    EXPECT_EQ(refusal.getValue(), XCODE_ERRNO + EAGAIN);
-    EXPECT_EQ(refusal.toString(), "why");
-    EXPECT_EQ(m_fdCount, 0u);
-    EXPECT_EQ(sendCommandTo([this] { hangUp(); }).toString(), "NO CONFIRMATION MESSAGE RECEIVED");
+    EXPECT_EQ(sendCommandTo([this] { answer(code(NAK, XCODE_ERRNO + EAGAIN, "why"), 1); }).toString(), "why");
+    EXPECT_EQ(sendCommandTo([this] { m_connection.close(); }).toString(), "NO CONFIRMATION MESSAGE RECEIVED");
     EXPECT_EQ(sendCommandTo([this] { answer(message(ACK, "") + message(ACK, ""), 1); }).toString(),
               "NO CONFIRMATION MESSAGE RECEIVED");
     EXPECT_EQ(sendCommandTo([this] { answer(message(NAK, "short")); }).toString(), "MALFORMED MESSAGE RECEIVED");
@@ -201,16 +153,17 @@ TEST_F(ShellClient, FailureLeavesItReadyForAnotherCommand)
     run();
 }
 
-TEST_F(ShellClient, SignalsAreConfirmed)
+TEST_F(ShellClient, RefusesMoreDescriptorsThanThree)
+{
+    EXPECT_TRUE(sendCommandTo([this] { answer(message(ACK, ""), 4); }).isErr());
+}
+
+TEST_F(ShellClient, CancelIsSentOnce)
 {
     run();
-    EXPECT_TRUE(signalTo(&Client::sendSignal, 10, [this] { answer(message(ACK, ""), 1); }));
-    EXPECT_EQ(signalTo(&Client::sendCancel, 99, [this] { answer(code(NAK, XCODE_ERRNO + EINVAL, "")); }).getValue(),
-              XCODE_ERRNO + EINVAL);
-    EXPECT_EQ(m_client->getState(), Client::RUNNING);
-    EXPECT_TRUE(signalTo(&Client::sendCancel, 15, [this] { answer(message(ACK, "")); }));
-    EXPECT_EQ(m_client->getState(), Client::CANCELLED);
-    EXPECT_TRUE(m_client->sendCancel(9)) << "one is enough";
+    EXPECT_TRUE(sendCancelTo([this] { answer(message(ACK, ""), 1); }));
+    m_connection.close();
+    EXPECT_TRUE(m_client->sendCancel(9)) << "nobody would take another";
 }
 
 TEST_F(ShellClient, EndMayCrossAnyAnswer)
@@ -226,19 +179,8 @@ TEST_F(ShellClient, EndMayCrossAnyAnswer)
 
     m_client = std::make_unique<TestClient>(m_path);
     run();
-    EXPECT_TRUE(signalTo(&Client::sendCancel, 15, [this] { answer(code(TERMINATED, XCODE_SUCCESS, "")); }));
+    EXPECT_TRUE(sendCancelTo([this] { answer(code(TERMINATED, XCODE_SUCCESS, "")); }));
     EXPECT_EQ(m_client->getState(), Client::TERMINATED);
-}
-
-TEST_F(ShellClient, LostConnectionTellsNoEnd)
-{
-    run();
-    EXPECT_EQ(signalTo(&Client::sendSignal, 15, [this] { hangUp(); }).toString(), "NO CONFIRMATION MESSAGE RECEIVED");
-    EXPECT_TRUE(m_client->isLost());
-    XCode const refusal = m_client->sendSignal(15);
-    EXPECT_EQ(refusal.getValue(), XCODE_ERRNO + EPIPE);
-    EXPECT_EQ(refusal.toString(), "COULD NOT SEND CANCEL MESSAGE TO SERVER: CANNOT SEND MESSAGE TO PEER");
-    EXPECT_EQ(m_results, 0);
 }
 
 TEST_F(ShellClient, StrayMessagesHurtNobody)
@@ -251,24 +193,17 @@ TEST_F(ShellClient, StrayMessagesHurtNobody)
     EXPECT_EQ(m_result.toString(), "MALFORMED MESSAGE RECEIVED");
 }
 
-TEST_F(ShellClient, MayGoInItsObserverAndOtherwiseWaitsForIt)
+TEST_F(ShellClient, WaitsForItsObserverBeforeItGoes)
 {
-    run();
-    observe([this](XCode const&) { m_client.reset(); });
-    answer(code(TERMINATED, XCODE_SUCCESS, ""));
-    EXPECT_TRUE(hasResult());
-
-    m_client = std::make_unique<TestClient>(m_path);
     std::atomic<bool> isIn = false;
-    observe(
-        [&](XCode const&)
-        {
-            isIn = true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        });
+    m_onResult = [&]
+    {
+        isIn = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    };
     run();
     answer(code(TERMINATED, XCODE_SUCCESS, ""));
     EXPECT_TRUE(eventually([&] { return isIn.load(); }));
     m_client.reset();
-    EXPECT_EQ(m_results, 2);
+    EXPECT_EQ(m_results, 1);
 }

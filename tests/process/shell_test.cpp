@@ -24,6 +24,8 @@ using ZK::Shell::invoke;
 
 namespace
 {
+constexpr char const* ENDLESS = "echo ready; exec sleep 1000";
+
 class ShellExecute : public testing::Test
 {
 protected:
@@ -33,8 +35,6 @@ protected:
 class ShellFuture : public ShellExecute
 {
 protected:
-    static constexpr char const* ENDLESS = "echo ready; exec sleep 1000";
-
     static ZKPtr<CJobShell> job(String const& text) { return ZK::MovePtr<CJobShell>(new CJobShell(script(text))); }
 
     ZKPtr<ZK::IExecutor> m_immediate = ZK::MovePtr<ZK::IExecutor>(new ZK::CExecutorImmediate());
@@ -46,15 +46,10 @@ protected:
 TEST(JobShell, SplitsLinesAndDescribesItself)
 {
     CJobShell command(" ls\t-l \"two words\" end\r\n");
-    ASSERT_EQ(command.getCmdLineArgs().size(), 4u);
-    EXPECT_EQ(command.getCmdLineArgs()[2], "two words");
+    EXPECT_EQ(String::join(command.getCmdLineArgs(), "|"), "ls|-l|two words|end");
     command.addEnv("B", "2");
     command.addEnv("A", "1");
-    EXPECT_EQ(command.getShortJobDescription(), "Shell Cmd: ls");
     EXPECT_EQ(command.getJobDescription(), "Shell Cmd: ls -l two words end (B=2, A=1)");
-    command.setCmdLineArgs(ZKVector<String>());
-    command.setEnvironment(ZKStringHashTable<String>());
-    EXPECT_EQ(command.getJobDescription(), "Shell Cmd");
 }
 
 TEST_F(ShellExecute, GivesOutputErrorsAndResult)
@@ -70,6 +65,7 @@ TEST_F(ShellExecute, GivesOutputErrorsAndResult)
     EXPECT_EQ(execute(script("exit 255")).toString(), "CANNOT EXECUTE PROGRAM");
     EXPECT_EQ(execute(script("exec 2>&-; sleep 0.1; kill -9 $$")).getValue(), XCODE_SIGNAL + 9);
     EXPECT_EQ(execute("").toString(), "NO PROGRAM SPECIFIED");
+    EXPECT_EQ(execute("/none").getValue(), XCODE_ERRNO + ENOENT);
 
     ZKStringHashTable<String> env;
     env.set("NAME", "value");
@@ -94,16 +90,11 @@ TEST_F(ShellExecute, TakesAsManyArgumentsAsAMessage)
 
 TEST_F(ShellExecute, DeliversAHundredMegabytes)
 {
-    int const bytes = 100'000'000 / SLOWER;
-    std::string const line = "0123456789abcde\n";
+    int const lines = 6'000'000 / SLOWER;
     String output, errors;
-    EXPECT_TRUE(execute(script(String::stringOfFormat("yes 0123456789abcde | head -c %d; printf end >&2", bytes)),
+    EXPECT_TRUE(execute(script(String::stringOfFormat("yes 0123456789abcde | head -n %d; printf end >&2", lines)),
                         output, errors));
-    ASSERT_EQ(output.length(), bytes);
-    int wrong = 0;
-    for (int i = 0; i < bytes; ++i)
-        wrong += output.c_str()[i] != line[static_cast<unsigned int>(i) % line.size()];
-    EXPECT_EQ(wrong, 0);
+    EXPECT_TRUE(output == String::repeat("0123456789abcde\n", lines));
     EXPECT_EQ(errors, "end");
 }
 
@@ -119,11 +110,8 @@ TEST_F(ShellExecute, NothingComesBehindTheEnd)
 TEST_F(ShellExecute, RefusesWhatTheLoopWouldHaveToDo)
 {
     ZKAutoLock<ZKEventLoop> const stop(IO::INSTANCE());
-    testing::internal::CaptureStderr();
-    XCode const code = execute("/bin/true");
-    EXPECT_EQ(code.toString(),
+    EXPECT_EQ(execute("/bin/true").toString(),
               "CANNOT EXECUTE COMMAND '/bin/true' BLOCKING WHILE BEING SYNCHRONIZED TO THE I/O EVENT LOOP");
-    EXPECT_EQ("***** " + std::string(code.toString().c_str()) + "\n", testing::internal::GetCapturedStderr());
     ZK::Future<String> future;
     EXPECT_EQ(invoke("/bin/true", nullptr, future).toString(),
               "CANNOT EXECUTE SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
@@ -175,8 +163,9 @@ TEST_F(ShellFuture, ObserverGetsWhatCameBeforeIt)
     EXPECT_EQ(value, "text");
     EXPECT_EQ(output, "text");
     EXPECT_EQ(errors, "oops");
+    EXPECT_TRUE(eventually([this] { return !childrenOf(m_server->pid()).back().isRunning(); }))
+        << "a command that has ended keeps no process";
     EXPECT_EQ(m_future->cancel(15), XCode(XCODE_FAILURE)) << "it has completed";
-    EXPECT_EQ(m_future->signal(15), XCode(XCODE_FAILURE));
     EXPECT_FALSE(m_future->execute());
     EXPECT_EQ(m_future->getState(), State::done);
 }
@@ -297,31 +286,16 @@ TEST_F(ShellFuture, BackgroundProcessThatHoldsStandardErrorKeepsItRunning)
 
 namespace
 {
-/// Does the work itself, or has it begun.
-class OwnJob : public CJobShell
+struct OwnJob : CJobShell
 {
-public:
-    explicit OwnJob(bool endsAtOnce) : m_endsAtOnce(endsAtOnce) {}
-
-    XCode execute(ZK::IFuture* future) override
-    {
-        if (m_endsAtOnce)
-            future->done(XCODE_EXIT);
-        return XCODE_SUCCESS;
-    }
-
-private:
-    bool m_endsAtOnce;
+    XCode execute(ZK::IFuture*) override { return XCODE_SUCCESS; }
 };
 }
 
-TEST_F(ShellFuture, DerivedJobMayDoTheWork)
+TEST_F(ShellFuture, DerivedJobMayDoTheWorkAndBeCancelled)
 {
-    EXPECT_TRUE(
-        m_immediate->invokeJob(ZKPtr<OwnJob>(ZK::MovePtr<OwnJob>(new OwnJob(true))).getObj(), m_future.getFuture()));
-    EXPECT_EQ(m_future->waitForCompletion().getValue(), XCODE_EXIT);
-    EXPECT_TRUE(
-        m_immediate->invokeJob(ZKPtr<OwnJob>(ZK::MovePtr<OwnJob>(new OwnJob(false))).getObj(), m_future.getFuture()));
+    ZKPtr<OwnJob> const job(ZK::MovePtr<OwnJob>(new OwnJob));
+    EXPECT_TRUE(m_immediate->invokeJob(job.getObj(), m_future.getFuture()));
     EXPECT_TRUE(m_future->cancel(15));
     EXPECT_EQ(m_future->waitForCompletion().getValue(), XCODE_SIGNAL + 15);
 }

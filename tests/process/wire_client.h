@@ -80,10 +80,8 @@ public:
     WireClient() : Socket(IO::PLACE(), ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
         sockaddr_un address = {AF_UNIX, "/tmp/shellexec.sck"};
-        m_isConnected = ::connect(file().getFd(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        EXPECT_EQ(::connect(file().getFd(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     }
-
-    bool isConnected() const { return m_isConnected; }
 
     void send(std::string const& bytes, std::vector<int> const& fds = {}) { sendBytes(file().getFd(), bytes, fds); }
 
@@ -106,7 +104,4 @@ public:
         }
         return answer;
     }
-
-private:
-    bool m_isConnected;
 };
