@@ -31,15 +31,26 @@ public:
     }
 };
 
-inline unsigned short portOf(ZKFile const& boundSocket)
+template <class Socket, class... Sizes>
+ZKPPtr<Socket> makeSocket(ZKEventLoop& loop, Sizes... sizes)
+{
+    return ZK::MovePtr<Socket>(new Socket(loop, sizes..., true));
+}
+
+inline unsigned short portOf(int boundSocket)
 {
     sockaddr_storage storage{};
     socklen_t length = sizeof(storage);
     IpAddress address;
     unsigned short port = 0;
-    EXPECT_EQ(getsockname(boundSocket.getFd(), reinterpret_cast<sockaddr*>(&storage), &length), 0);
+    EXPECT_EQ(getsockname(boundSocket, reinterpret_cast<sockaddr*>(&storage), &length), 0);
     EXPECT_TRUE(ZK::IpSocket::IP_ADDR_PORT(address, port, &storage).isSuccess());
     return port;
+}
+
+inline unsigned short portOf(ZKFile const& boundSocket)
+{
+    return portOf(boundSocket.getFd());
 }
 
 /// The other side of a connection over IPv4, by blocking calls of the system.

@@ -31,7 +31,7 @@ TEST(Socket, SendsAllOrFails)
 {
     Pair pair;
     unsigned int count = 99;
-    EXPECT_TRUE(Socket(pair.loop, true).sendFixedSize("x", 0, 0, true)) << "nothing is no call";
+    EXPECT_TRUE(Socket(pair.loop, true).sendFixedSize(nullptr, 0, 0, true)) << "nothing is no call";
     EXPECT_EQ(Socket(pair.loop, true).sendOnce("x", 1, count, 0, true), codeOfErrno(EBADF));
     EXPECT_EQ(count, 0u);
     EXPECT_TRUE(pair.near->send(String("te"), 0, true) && pair.near->send(TString<char>("x\0", 2), 0, true));
