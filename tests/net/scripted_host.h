@@ -1,15 +1,11 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include "tests/net/peer.h"
 
 #include <functional>
 #include <netinet/in.h>
 #include <poll.h>
-#include <string>
-#include <string_view>
-#include <sys/socket.h>
 #include <thread>
-#include <unistd.h>
 
 /// The far end of a connection, for a script. Nothing here blocks for ever: a read gives up after a minute.
 class Caller
@@ -39,7 +35,7 @@ public:
 
     void waitForEnd() const
     {
-        while (next() >= 0)
+        while (line() != "<end>")
             continue;
     }
 
@@ -58,7 +54,7 @@ private:
 class ScriptedHost
 {
 public:
-    using Script = std::function<void(Caller&)>;
+    using Script = std::function<void(Caller const&)>;
 
     explicit ScriptedHost(Script script) : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
@@ -67,9 +63,7 @@ public:
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         EXPECT_EQ(::bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
         EXPECT_EQ(::listen(m_listener, 8), 0);
-        socklen_t length = sizeof(address);
-        EXPECT_EQ(::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &length), 0);
-        m_port = ntohs(address.sin_port);
+        m_port = portOf(m_listener);
         m_thread = std::thread([this, script = std::move(script)] { serve(script); });
     }
 
@@ -91,8 +85,7 @@ private:
     {
         for (int fd = accept(); fd >= 0; fd = accept())
         {
-            Caller caller(fd);
-            script(caller);
+            script(Caller(fd));
             ::close(fd);
         }
     }

@@ -7,11 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <string>
-#include <unistd.h>
-#include <utility>
-#include <vector>
 
 using ZK::TelnetClient;
 
@@ -20,21 +20,17 @@ constexpr unsigned int ABORTED = XCODE_ERRNO + ECONNABORTED;
 constexpr unsigned int RESET = XCODE_ERRNO + ECONNRESET;
 constexpr unsigned int TIMED_OUT = XCODE_ERRNO + ETIMEDOUT;
 
-inline bool isInstalled(std::string const& program)
-{
-    for (char const* directory : {"/usr/local/sbin/", "/usr/local/bin/", "/usr/sbin/", "/usr/bin/", "/sbin/", "/bin/"})
-    {
-        if (::access((directory + program).c_str(), X_OK) == 0)
-            return true;
-    }
-    return false;
-}
-
 /// Writes down what it is told, and may do something about it first.
 class Watcher : public ZK::TelnetClientObserver
 {
 public:
-    Watcher() : m_delegate(ZK::MovePtr<TelnetClient::Delegate>(new TelnetClient::Delegate(this))) {}
+    using Reaction = std::function<void(std::string const& kind, ZKPtr<TelnetClient> const& client)>;
+
+    explicit Watcher(Reaction reaction = nullptr)
+        : m_reaction(std::move(reaction)),
+          m_delegate(ZK::MovePtr<TelnetClient::Delegate>(new TelnetClient::Delegate(this)))
+    {
+    }
 
     virtual ~Watcher() { m_delegate->stopNotifications(); }
 
@@ -53,35 +49,23 @@ public:
     TelnetClient::Delegate* delegate() { return m_delegate.getObj(); }
 
     /// What came for `kind`, one behind the other.
-    std::string get(std::string const& kind) const
+    std::string get(std::string const& kind)
     {
         std::lock_guard const guard(m_mutex);
-        std::string texts;
-        for (auto const& [known, text] : m_events)
-            texts += known == kind ? text : "";
-        return texts;
+        return m_texts[kind];
     }
 
-    /// The kinds but for "data", in their order.
-    std::vector<std::string> kinds() const
+    /// The kinds but for the program's output, in their order, with a blank behind each.
+    std::string kinds()
     {
         std::lock_guard const guard(m_mutex);
-        std::vector<std::string> kinds;
-        for (auto const& event : m_events)
-        {
-            if (event.first != "data")
-                kinds.push_back(event.first);
-        }
-        return kinds;
+        return m_kinds;
     }
 
-    bool waitFor(std::string const& kind, std::string const& text) const
+    bool waitFor(std::string const& kind, std::string const& text)
     {
         return eventually([&] { return get(kind).find(text) != std::string::npos; });
     }
-
-protected:
-    virtual void react(std::string const& /*kind*/, Event&) {}
 
 private:
     static std::string textOf(String const& text) { return std::string(text.c_str(), text.length()); }
@@ -92,19 +76,23 @@ private:
     }
 
     template <class T>
-    void tell(char const* kind, Event& event)
+    void tell(std::string const& kind, Event& event)
     {
         T payload;
         event.getMarshaller().unmarshal(payload);
-        EXPECT_TRUE(event.getSource());
-        react(kind, event);
+        if (m_reaction)
+            m_reaction(kind, event.getSource());
         std::lock_guard const guard(m_mutex);
-        m_events.emplace_back(kind, textOf(payload));
+        m_texts[kind] += textOf(payload);
+        if (kind != "data" && kind != "error")
+            m_kinds += kind + " ";
     }
 
+    Reaction m_reaction;
     ZKPtr<TelnetClient::Delegate> m_delegate;
-    mutable std::mutex m_mutex;
-    std::vector<std::pair<std::string, std::string>> m_events;
+    std::mutex m_mutex;
+    std::map<std::string, std::string> m_texts;
+    std::string m_kinds;
 };
 
 inline ZKPtr<TelnetClient> newClient(unsigned int port, char const* password = "secret",
@@ -147,7 +135,7 @@ class TelnetLogin : public testing::Test
 protected:
     void SetUp() override
     {
-        if (!isInstalled("telnet"))
+        if (std::system("command -v telnet > /dev/null") != 0)
             GTEST_SKIP() << "there is no telnet program";
     }
 

@@ -20,55 +20,59 @@
 #include <thread>
 #include <vector>
 
-using testing::AllOf;
 using testing::Contains;
 using testing::Each;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
-TEST_F(TelnetLogin, ObserversMaySendAndLeave)
+TEST_F(TelnetLogin, ObserversAreToldInTheClientsOrderAndMaySendAndLeave)
 {
-    class Operator : public Watcher
+    std::string order;
+    auto const join = [&](char name)
     {
-        void react(std::string const& kind, Event& event) override
+        return [&order, name](std::string const& kind, ZKPtr<TelnetClient> const&)
         {
-            ZKPtr<TelnetClient> const client = event.getSource();
+            if (kind == "connected")
+                order += name;
+        };
+    };
+    Watcher first(join('1')), last(join('4')), second(join('3'));
+    Watcher worker(
+        [&, toldWorker = join('2')](std::string const& kind, ZKPtr<TelnetClient> const& client)
+        {
+            toldWorker(kind, client);
             XCode code;
             if (kind == "connected")
                 code = client->sendAsync("one\n");
             else if (kind == "done")
                 code = client->sendAsync("exit\n");
             else if (kind == "disconnected")
-                code = client->removeObserver(delegate());
+                code = client->removeObserver(worker.delegate());
             EXPECT_TRUE(code) << code.toString().c_str();
-        }
-    };
-
+        });
     ScriptedHost host(&serve);
     ZKPtr<TelnetClient> const client = newClient(host.port());
-    Watcher first, last;
-    Operator worker;
     ASSERT_TRUE(client->addObserver(last.delegate(), 2));
-    ASSERT_TRUE(client->addObserver(worker.delegate(), 1));
+    ASSERT_TRUE(client->addObserver(second.delegate(), 1));
+    ASSERT_TRUE(client->addObserver(worker.delegate(), 1)); // the last one comes first among equals
     ASSERT_TRUE(client->addObserver(first.delegate(), 0));
     ASSERT_TRUE(client->connectAsync());
     EXPECT_TRUE(last.waitFor("disconnected", std::to_string(RESET)));
-    for (Watcher const* watcher : {&first, static_cast<Watcher*>(&worker), &last})
-        EXPECT_THAT(watcher->kinds(), AllOf(Contains("done"), Contains("connected"), Contains("disconnected")));
+    EXPECT_EQ(order, "1234");
     EXPECT_EQ(last.get("done"), "ran one");
 
     ASSERT_TRUE(client->connectSync());
     EXPECT_TRUE(client->disconnectSync());
-    EXPECT_TRUE(eventually([&] { return last.get("disconnected") != worker.get("disconnected"); }));
-    EXPECT_EQ(worker.get("connected"), first.get("connected").substr(0, worker.get("connected").size()));
+    EXPECT_TRUE(last.waitFor("disconnected", std::to_string(ABORTED)));
+    EXPECT_EQ(order, "1234134");
 }
 
 TEST_F(TelnetLogin, LoopCanOnlyHangUp)
 {
     std::atomic<bool> hasLeft = false;
     ScriptedHost host(
-        [&](Caller& caller)
+        [&](Caller const& caller)
         {
             serve(caller);
             hasLeft = true;
@@ -79,19 +83,21 @@ TEST_F(TelnetLogin, LoopCanOnlyHangUp)
     ASSERT_TRUE(client->connectSync());
     {
         ZKAutoLock<ZKEventLoop> const stop(IO::INSTANCE());
+        String out;
+        EXPECT_EQ(client->connectSync().toString(), "CANNOT CONNECT SYNCHRONOUSLY WHILE SYNCHRONIZED ON IO EVENT LOOP");
+        EXPECT_EQ(client->disconnectSync().toString(),
+                  "CANNOT DISCONNECT SYNCHRONOUSLY WHILE SYNCHRONIZED ON IO EVENT LOOP");
+        EXPECT_EQ(client->sendSync("ls\n", out).toString(),
+                  "CANNOT SEND SYNCHRONOUSLY WHILE SYNCHRONIZED ON IO EVENT LOOP");
         EXPECT_EQ(client->waitForPrompt().toString(), "CANNOT WAIT FOR PROMPT WHILE SYNCHRONIZED ON IO EVENT LOOP");
         EXPECT_EQ(client->disconnectAsync().toString(),
                   "FAILED TO CANCEL JOB: CANNOT CANCEL SHELL WHILE SYNCHRONIZED ON IO EVENT LOOP");
         EXPECT_TRUE(client->isDisconnected());
-        EXPECT_EQ(
-            client->connectAsync().toString(),
-            String::stringOfFormat("CANNOT CONNECT TO HOST (127.0.0.1:%u): CANNOT EXECUTE SHELL WHILE SYNCHRONIZED "
-                                   "ON IO EVENT LOOP",
-                                   host.port()));
+        EXPECT_THAT(client->connectAsync().toString().c_str(), StartsWith("CANNOT CONNECT TO HOST (127.0.0.1:"));
         EXPECT_TRUE(client->isDisconnected());
     }
     EXPECT_TRUE(eventually([&] { return hasLeft.load(); })) << "the program has lost its terminal";
-    EXPECT_THAT(watcher.kinds(), ElementsAre("connected"));
+    EXPECT_EQ(watcher.kinds(), "connected ");
     EXPECT_TRUE(client->connectSync());
     EXPECT_TRUE(client->disconnectSync());
 }
@@ -104,7 +110,7 @@ TEST_F(TelnetLogin, PasswordIsInNoLine)
     CapturedSyslog log;
     Watcher watcher;
     ScriptedHost host(
-        [&](Caller& caller)
+        [&](Caller const& caller)
         {
             EXPECT_TRUE(askForLogin(caller));
             caller.say("secr"); // what no host should do
@@ -129,84 +135,42 @@ TEST_F(TelnetLogin, PasswordIsInNoLine)
     std::vector<std::string> const lines = log.lines();
     EXPECT_THAT(lines, Each(Not(HasSubstr("secr"))));
     EXPECT_THAT(lines, Each(Not(HasSubstr("73 65 63"))));
-    for (char const* part : {"Telnet Client created: run in thread ",
-                             "[Telnet-0x",
-                             "Telnet Client Processor created: 127.0.0.1:",
-                             "Start Synchronous connection to host 127.0.0.1:",
-                             "State changed from Connecting to WaitingUserPrompt",
-                             "Check User prompt:",
-                             "Send user name: joe",
-                             "Check Password prompt:",
-                             "Send password: ***",
-                             "State changed from WaitingPasswdPrompt to WaitingPrompt",
-                             "Check prompt:",
-                             "Data received in PromptReady state ignored:",
-                             "Send Synchronous data to host 127.0.0.1:",
-                             "data=passwd ***",
-                             "State changed from SendingData to PromptReady",
-                             "remove prompt buff-len=",
-                             "remove echo buff-len=",
-                             "Disconnecting...",
-                             "Disconnected event triggered by client",
-                             "State changed from Disconnecting to Disconnected",
-                             "Telnet Client Processor destroyed: 127.0.0.1:",
-                             "Telnet Client destroyed: 127.0.0.1"})
+    for (char const* part :
+         {"[Telnet-0x", "Check prompt:", "Data received in PromptReady state ignored:", "data=passwd ***",
+          "Disconnected event triggered by client", "State changed from Disconnecting to Disconnected",
+          "Telnet Client Processor destroyed: 127.0.0.1:", "Telnet Client destroyed: 127.0.0.1"})
         EXPECT_THAT(lines, Contains(HasSubstr(part)));
     repository->removeMonitor(monitor.getObj());
 }
 
 TEST_F(TelnetLogin, ClientsMayGoOnAnyThread)
 {
-    class CountedClient : public TelnetClient
-    {
-    public:
-        CountedClient(std::atomic<int>& count, unsigned int port)
-            : TelnetClient("127.0.0.1", port, "joe", "secret", DEFAULT_USER_PROMPT, DEFAULT_PASSWORD_PROMPT,
-                           DEFAULT_PROMPT),
-              m_count(count)
-        {
-            ++m_count;
-        }
-
-        ~CountedClient() override { --m_count; }
-
-    private:
-        std::atomic<int>& m_count;
-    };
-
-    std::atomic<int> count = 0;
+    std::vector<ZKPtr<TelnetClient>> clients;
     ScriptedHost host(&serve);
     for (int round = 0; round < 6; ++round)
     {
-        ZKPtr<TelnetClient> client(ZK::MovePtr<TelnetClient>(new CountedClient(count, host.port())));
+        ZKPtr<TelnetClient> const& client = clients.emplace_back(newClient(host.port()));
         Watcher watcher;
         ASSERT_TRUE(client->addObserver(watcher.delegate(), 0));
-        auto const connect = [client] { client->connectSync(); };
-        auto const work = [client]
-        {
-            client->setWaitPromptRefreshPeriod(20);
-            client->waitForPrompt();
-            String out;
-            client->sendSync("one\n", out);
-        };
-        // some come before the program, some while it starts, some when it is ready
-        auto const leave = [client, &watcher, round]
-        {
-            eventually(
-                [&] {
-                    return round % 3 == 0 || watcher.get("data").find(round % 3 == 1 ? "T" : ">") != std::string::npos;
-                });
-            client->disconnectSync();
-        };
-        std::vector<std::thread> threads;
-        threads.emplace_back(connect);
-        threads.emplace_back(work);
-        threads.emplace_back(leave);
-        for (std::thread& thread : threads)
-            thread.join();
+        std::thread connecting([&] { client->connectSync(); });
+        std::thread working(
+            [&]
+            {
+                client->setWaitPromptRefreshPeriod(20);
+                client->waitForPrompt();
+                String out;
+                client->sendSync("one\n", out);
+            });
+        // some go before the program is there, some while it starts, some when it is ready
+        char const* const stage[] = {"", "T", ">"};
+        watcher.waitFor("data", stage[round % 3]);
+        client->disconnectSync();
+        connecting.join();
+        working.join();
         EXPECT_TRUE(client->disconnectSync());
     }
-    EXPECT_TRUE(eventually([&] { return count == 0; })) << count;
+    for (ZKPtr<TelnetClient> const& client : clients)
+        EXPECT_TRUE(eventually([&] { return client->getRefCount() == 1; }));
 }
 
 TEST_F(TelnetLogin, RealServerLetsIn)
@@ -222,7 +186,7 @@ stty -echo; printf 'Password: '; read -r password; stty echo; echo
 while printf '>'; read -r line; do $line; done)";
     std::filesystem::permissions(login, std::filesystem::perms::owner_all);
     ScriptedHost host(
-        [&](Caller& caller)
+        [&](Caller const& caller)
         {
             posix_spawn_file_actions_t files;
             posix_spawn_file_actions_init(&files);
