@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-static_assert(sizeof(MacAddr[2]) == 12 && alignof(MacAddr) == 1 && std::is_trivially_copyable_v<MacAddr>);
+static_assert(alignof(MacAddr) == 1 && std::is_trivially_copyable_v<MacAddr>);
 
 TEST(MacAddr, TextAndBytesAreTwoFormsOfOneAddress)
 {
@@ -12,9 +12,6 @@ TEST(MacAddr, TextAndBytesAreTwoFormsOfOneAddress)
     MacAddr address(bytes);
     EXPECT_EQ(listed(MacAddr().toString(), static_cast<String>(address)), "00:00:00:00:00:00|00:90:f8:01:02:ff");
     EXPECT_TRUE(MacAddr("0:90:F8:1:02:Ff and more") == address && address == bytes);
-    address[5] = 3;
-    EXPECT_TRUE(address != bytes && address != MacAddr(bytes) && (address = bytes) == MacAddr(bytes));
-
     EXPECT_FALSE(address.set("11:22:xx:44:55:66"));
     EXPECT_EQ(address.toString(), "11:22:f8:01:02:ff") << "what was read before the failure stays";
     for (char const* text : {"", ":", "11-22-33-44-55-66", "1:2:3:4:5", "123:1:1:1:1:1"})

@@ -38,14 +38,14 @@ TEST(Socket, AcceptReusesTheSocketThatIsThere)
     TestLoop loop; // doesn't run
     auto const listener = makeSocket<IpSocket>(loop);
     auto accepted = makeSocket<IpSocket>(loop);
-    IpSocket* const before = accepted.getObj();
+    ZKPPtr<IpSocket> const before = accepted;
     ASSERT_TRUE(listener->listen(AF_INET, SOCK_STREAM, 0, 0, 4).isSuccess());
     Peer const first(portOf(*listener)), second(portOf(*listener));
     IpAddress address;
     unsigned short port = 0;
     ASSERT_TRUE(listener->accept(accepted, address, port).isSuccess());
     ASSERT_TRUE(listener->accept(accepted, address, port).isSuccess());
-    EXPECT_EQ(accepted.getObj(), before);
+    EXPECT_EQ(accepted.getObj(), before.getObj());
     EXPECT_EQ(first.receive(1), "") << "what the socket had open is closed";
     EXPECT_TRUE(accepted->send(String("ab"), 0, true).isSuccess());
     EXPECT_EQ(second.receive(2), "ab");
