@@ -45,9 +45,7 @@ TEST(EventSync, LoopsOwnThreadIsGrantedAtOnceAndShownAsTheHolder)
               EXPECT_TRUE(sync.synchronize().isSuccess());
               EXPECT_EQ(currentList(), (std::vector<unsigned long>(2, loop.getThread().getId())));
               EXPECT_EQ(sync.getHolder(), &loop.getThread());
-              EXPECT_EQ(sync.getLockName(), String::stringOfFormat("Test-%p", static_cast<void*>(&sync)));
               sync.unsynchronize();
-              EXPECT_EQ(currentList().size(), 1u);
               sync.unsynchronize();
               EXPECT_EQ(sync.getLockCount(), 0u) << "a level too many is ignored";
               EXPECT_EQ(addedTo(loop), before);

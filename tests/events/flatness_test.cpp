@@ -1,4 +1,4 @@
-#include "loop_fixture.h"
+#include "tests/events/loop_fixture.h"
 #include "tests/temporary_directory.h"
 #include "zekovar/zekovar.h"
 
@@ -12,6 +12,15 @@ unsigned int openDescriptors()
     ZKVector<String> names;
     EXPECT_TRUE(ZKFile::LIST_DIRECTORY("/proc/self/fd", names, false).isSuccess());
     return names.size();
+}
+
+/// How many another program would get.
+int inheritedDescriptors()
+{
+    int count = 0;
+    for (int fd = 0; fd < 128; fd++)
+        count += ::fcntl(fd, F_GETFD) == 0; // open, and no FD_CLOEXEC
+    return count;
 }
 
 /// Pages of this process that are in memory.
@@ -28,6 +37,7 @@ long residentPages()
 /// Creates, uses and destroys one object of every class that owns a descriptor, a thread or a kernel object.
 void useAll(TestLoop& loop, String const& path)
 {
+    int const inheritedBefore = inheritedDescriptors();
     ZKFile file(path, true, true);
     EXPECT_TRUE(file.open(O_RDWR | O_CREAT, 0644, ZKFile::XO_NONE).isSuccess());
     EXPECT_TRUE(file.write("text", true).isSuccess());
@@ -46,8 +56,9 @@ void useAll(TestLoop& loop, String const& path)
         timer->destroy();
     }
 
+    ZKRandom const random(false);
     char byte = 0;
-    EXPECT_TRUE(ZKRandom(false).readFixedSize(&byte, 1, true).isSuccess());
+    EXPECT_TRUE(random.readFixedSize(&byte, 1, true).isSuccess());
     ZKSemFifo fifo(0, 1);
     EXPECT_TRUE(fifo.wait().isSuccess());
     _ZKSemGlobal global;
@@ -56,13 +67,13 @@ void useAll(TestLoop& loop, String const& path)
     ZK::FunctionContext const async{ZK::FunctionContext::Type::ASYNC, &loop};
     ZK::Function<void(String)> const function = ZK::bindArgs(async, [](String const&) {});
     function("lost or served, but not leaked");
-    ZKThread thread("brief");
-    EXPECT_TRUE(thread.start("").isSuccess());
-    thread.join();
+    TestLoop ownThread;
+    ownThread.start();
+    EXPECT_EQ(inheritedDescriptors(), inheritedBefore);
 }
 }
 
-TEST(Flatness, DescriptorsAndMemoryStayThroughManyLives)
+TEST(Flatness, DescriptorsAndMemoryStayThroughManyLivesAndReachNoOtherProgram)
 {
     constexpr int ROUNDS = 10000 / SLOWER;
     TemporaryDirectory const directory;

@@ -166,12 +166,10 @@ void checkConstants()
 {
     if (Actions::SEND_EVENT("a", "b", "c").isErr())
         fail("Actions", "events aren't taken");
-    if (ZKEventLoop("Probe", 0, 100, 1000, 10000, 0).getUniqueName() != "Probe-abad1dea")
-        fail("ZKEventLoop", "another first id");
-    for (unsigned short signal = 0; signal < 4; ++signal)
+    for (char const* expected : {"Probe-abad1dea", "Probe-abad1deb"})
     {
-        if (QEP_reservedEvt_[signal].sig != signal)
-            fail("QEP_reservedEvt_", "another signal");
+        if (ZKEventLoop("Probe", 0, 100, 1000, 10000, 0).getUniqueName() != expected)
+            fail("ZKEventLoop", "another id");
     }
 }
 #endif
