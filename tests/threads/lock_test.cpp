@@ -7,41 +7,6 @@
 
 #include <memory>
 
-namespace
-{
-/// Records what a waiting thread is told, and opens a door when it has waited for 3 seconds.
-class ObservedMutex : public ZKMutex
-{
-public:
-    ObservedMutex() : ZKMutex(false) {}
-
-    void onWait(unsigned int milliseconds) override
-    {
-        record("wait " + std::to_string(milliseconds));
-        if (milliseconds == 3000)
-            m_hasWaited.release();
-    }
-
-    void onWaitCanceled() override { record("cancelled"); }
-
-    void onLocked() override
-    {
-        ZKMutex::onLocked();
-        record("locked");
-    }
-
-    std::string m_log;
-    Door m_hasWaited;
-
-private:
-    void record(std::string const& line)
-    {
-        if (ZKThread::CURRENT() == nullptr)
-            m_log += line + "; ";
-    }
-};
-}
-
 TEST(Lock, ThreadListsObtainedLocksAsAStackUntilTheyAreDestroyed)
 {
     auto const function = []
@@ -87,25 +52,6 @@ TEST(Lock, DestroyedThreadIsNoHolder)
     thread.reset();
     EXPECT_TRUE(locks[1].getHolder() == nullptr && locks[2].getHolder() == nullptr);
     EXPECT_EQ(locks[2].getLockCount(), 1u);
-}
-
-TEST(Mutex, ContendedLockShowsItsWaitGrowingBySeconds)
-{
-    Door held;
-    ObservedMutex mutex;
-    auto const hold = [&]
-    {
-        ZKAutoLock<ZKMutex> guard(mutex);
-        held.release();
-        mutex.m_hasWaited.acquire();
-    };
-    FunctionThread holder(hold);
-    held.acquire();
-    EXPECT_EQ(mutex.getHolder(), &holder);
-    EXPECT_TRUE(mutex.lock());
-    EXPECT_TRUE(mutex.getHolder() == nullptr && mutex.getLockCount() == 1) << "a foreign thread is no holder";
-    mutex.unlock();
-    EXPECT_EQ(mutex.m_log, "wait 0; wait 1000; wait 2000; wait 3000; cancelled; locked; ");
 }
 
 TEST(Mutex, FailingUnlockIsLogged)
