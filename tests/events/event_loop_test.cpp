@@ -8,6 +8,7 @@
 #include <bitset>
 #include <fcntl.h>
 #include <memory>
+#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -266,15 +267,22 @@ TEST(EventLoop, WithoutDescriptorsStillHandlesEventsAndStops)
     {
         TestLoop().start();
     } // opens what the first loop of a process opens for all
-    NoDescriptors const none;
-    TestLoop loop;
-    EXPECT_FALSE(loop.getFileQueue().isOpen());
-    std::atomic<int> calls{0};
-    Task task(loop, EventPrio::NORMAL, [&] { calls++; });
-    task->set();
-    loop.start();
-    EXPECT_TRUE(eventually([&] { return calls == 1; }));
-    loop.stop();
+    meetPointerOfLines();
+    rlimit old{};
+    getrlimit(RLIMIT_NOFILE, &old);
+    rlimit const none{0, old.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    {
+        TestLoop loop;
+        EXPECT_FALSE(loop.getFileQueue().isOpen());
+        std::atomic<int> calls{0};
+        Task task(loop, EventPrio::NORMAL, [&] { calls++; });
+        task->set();
+        loop.start();
+        EXPECT_TRUE(eventually([&] { return calls == 1; }));
+        loop.stop();
+    }
+    setrlimit(RLIMIT_NOFILE, &old);
 }
 
 TEST(EventQueue, NamesTheHandlerOfAnEntry)

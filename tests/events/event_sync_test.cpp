@@ -65,7 +65,6 @@ TEST(EventSync, NestedLevelsPostOneEventAndTheLastOneLetsTheLoopGo)
             for (int i = 0; i < 40; i++)
                 ASSERT_TRUE(sync.lock().isSuccess());
             EXPECT_EQ(currentList().size(), 32u) << "the list is full, the levels go on";
-            EXPECT_EQ(ZKThreadAttributeSynchronized::CURRENT()->pushThread(1), XCODE_FAILURE);
             EXPECT_EQ(addedTo(loop), 1u);
             Task const event(loop, EventPrio::HIGH, [] {});
             event->set();

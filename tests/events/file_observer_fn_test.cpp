@@ -7,10 +7,32 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <memory>
+#include <string>
 #include <unistd.h>
 #include <utility>
 
 using ZK::FileObserverFn;
+
+TEST(FileObserverFn, CallsTheFunctionsThatAreSet)
+{
+    TestLoop loop;
+    ZKLWPtr<FileObserverFn> const observer{ZK::MovePtr<FileObserverFn>(new FileObserverFn(loop))};
+    EXPECT_EQ(observer->getLock(), &loop.getEventSync(EventPrio::NORMAL));
+    std::string calls;
+    for (char const* expected : {"", "Prwhe"})
+    {
+        observer->onObservedFileReadReady(true);
+        observer->onObservedFileReadReady(false);
+        observer->onObservedFileWriteReady();
+        observer->onObservedFileHangup();
+        observer->onObservedFileError();
+        EXPECT_EQ(calls, expected);
+        observer->setReadReady(ZK::bindArgs(ZK::directCall(), [&](bool priority) { calls += priority ? 'P' : 'r'; }));
+        observer->setWriteReady(ZK::bindArgs(ZK::directCall(), [&] { calls += 'w'; }));
+        observer->setHangup(ZK::bindArgs(ZK::directCall(), [&] { calls += 'h'; }));
+        observer->setError(ZK::bindArgs(ZK::directCall(), [&] { calls += 'e'; }));
+    }
+}
 
 TEST(FileObserverFn, CallbackMayDropItsObserver)
 {
@@ -29,7 +51,6 @@ TEST(FileObserverFn, CallbackMayDropItsObserver)
         observer.reset();
         seen.set_value(*token);
     };
-    EXPECT_EQ((*observer)->getLock(), &loop.getEventSync(EventPrio::NORMAL));
     (*observer)->setReadReady(ZK::bindArgs(ZK::directCall(), std::move(drop)));
     ASSERT_TRUE((*observer)->enable().isSuccess());
     ASSERT_EQ(::write(writeEnd.getFd(), "x", 1), 1);

@@ -86,6 +86,9 @@ TEST(FileQueue, TellsReadThenWriteThenHangupAndSkipsWhatARemovedObserverMisses)
     EXPECT_EQ(queue.getSkippedRead() + queue.getSkippedError(), 0u);
     EXPECT_EQ(queue.getProcessedEvents(), 2u);
     EXPECT_EQ(queue.getObserverCount(), 2u);
+    loop.wakeupLoop();
+    queue.waitForFileActivity();
+    EXPECT_EQ(full.calls, "rwh");
 }
 
 TEST(FileQueue, DropsTheEntryOfAnObserverThatAnotherOneDeletes)

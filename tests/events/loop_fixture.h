@@ -6,7 +6,6 @@
 #include "zekovar/events/event_loop.h"
 
 #include <functional>
-#include <sys/resource.h>
 #include <utility>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__powerpc__)
@@ -15,28 +14,12 @@ constexpr int SLOWER = 10; // sanitizers and the emulated target take ten times 
 constexpr int SLOWER = 1;
 #endif
 
-/// No descriptor can be opened while it is there.
-class NoDescriptors
+/// To be called before descriptors run out: a sanitizer needs one when it meets a class for the first time, and the lines
+/// of failures are the first to meet a pointer to a monitor.
+inline void meetPointerOfLines()
 {
-public:
-    NoDescriptors()
-    {
-        // A sanitizer needs one when it meets a class for the first time, and the lines of failures are the first to meet
-        // a pointer to a monitor.
-        (void)RTD::REPOSITORY::GET_MONITOR(MON_SYSTEM);
-        getrlimit(RLIMIT_NOFILE, &m_before);
-        rlimit const none{0, m_before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-
-    NoDescriptors(NoDescriptors const&) = delete;
-    NoDescriptors& operator=(NoDescriptors const&) = delete;
-
-    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &m_before); }
-
-private:
-    rlimit m_before{};
-};
+    (void)RTD::REPOSITORY::GET_MONITOR(MON_SYSTEM);
+}
 
 /// A loop with ticks of 100 ms and 1 s.
 class TestLoop : public ZKEventLoop

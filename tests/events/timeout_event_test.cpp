@@ -1,11 +1,13 @@
 #include "zekovar/events/timeout_event.h"
 
 #include "tests/events/loop_fixture.h"
+#include "zekovar/events/event_loop.h"
 
 #include <atomic>
 #include <cerrno>
 #include <gtest/gtest.h>
 #include <memory>
+#include <sys/resource.h>
 #include <tuple>
 #include <vector>
 
@@ -107,13 +109,18 @@ TEST_F(TimeoutEvent, FailsWithoutFallBackWhenPlacesOrDescriptorsRunOut)
 {
     // A sanitizer needs a descriptor when it meets a class for the first time, so that happens with a loop of its own.
     ZKEventLoop rehearsal("Rehearsal", 0, 10, 100, 1000, 0);
+    meetPointerOfLines();
     Timer const early(new _ZKTimeoutEvent(rehearsal, EventPrio::NORMAL, nullptr, nullptr));
     Timer timer = make();
+    rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
     for (bool periodic : {false, true})
     {
         EXPECT_TRUE(early->start(periodic ? 10 : 1000, periodic, false).isSuccess());
-        NoDescriptors const none;
+        rlimit const none{0, before.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
         XCode const result = timer->start(periodic ? 10 : 1000, periodic, false);
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
         EXPECT_EQ(result.getRawValue(), 0x11000000u + EMFILE) << periodic;
     }
 

@@ -161,11 +161,9 @@ void checkLoaded()
 }
 
 #ifdef PROBE_IS_LINKED
-/// Objects that are constant, or have no destructor.
-void checkConstants()
+/// The count of the loops is no object with a destructor.
+void checkIds()
 {
-    if (Actions::SEND_EVENT("a", "b", "c").isErr())
-        fail("Actions", "events aren't taken");
     for (char const* expected : {"Probe-abad1dea", "Probe-abad1deb"})
     {
         if (ZKEventLoop("Probe", 0, 100, 1000, 10000, 0).getUniqueName() != expected)
@@ -198,7 +196,7 @@ int main(int argc, char** argv)
 #ifdef PROBE_IS_LINKED
     checkLoaded();
     s_isWatching = false; // what is used from here on is built on first use
-    checkConstants();
+    checkIds();
     return argc > 1 && argv != nullptr ? 2 : 0;
 #else
     if (argc != 2 || dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) == nullptr)

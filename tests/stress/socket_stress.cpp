@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <netinet/in.h>
 #include <random>
 #include <sys/socket.h>
 #include <vector>
@@ -61,13 +62,10 @@ struct Receiver
 
 unsigned short portOf(ZKFile const& socket)
 {
-    sockaddr_storage storage{};
-    socklen_t length = sizeof(storage);
-    IpAddress address;
-    unsigned short port = 0;
-    getsockname(socket.getFd(), reinterpret_cast<sockaddr*>(&storage), &length);
-    ZK::IpSocket::IP_ADDR_PORT(address, port, &storage);
-    return port;
+    sockaddr_in address{};
+    socklen_t length = sizeof(address);
+    getsockname(socket.getFd(), reinterpret_cast<sockaddr*>(&address), &length);
+    return ntohs(address.sin_port);
 }
 
 void send(ZK::TcpSocket& client, Pattern const& pattern, uint64_t bytes)
