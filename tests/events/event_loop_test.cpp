@@ -131,7 +131,7 @@ TEST(EventLoop, LosesNoneOfAMillionPostsAndKeepsTheOrderOfThreadAndPriority)
     std::array<std::array<int, EventPrio::COUNT>, THREADS> handled{};
     auto posted = handled;
     loop.start();
-    std::vector<std::thread> posters;
+    std::vector<std::jthread> posters;
     for (int t = 0; t < THREADS; ++t)
     {
         posters.emplace_back(
@@ -146,8 +146,7 @@ TEST(EventLoop, LosesNoneOfAMillionPostsAndKeepsTheOrderOfThreadAndPriority)
                 }
             });
     }
-    for (std::thread& poster : posters)
-        poster.join();
+    posters.clear();
     ASSERT_TRUE(loop.handleAll());
     loop.stop();
     EXPECT_EQ(handled, posted);
