@@ -5,23 +5,28 @@
 TEST(ThreadSupervisor, TellsWhoHoldsAndWhoWaits)
 {
     ZKMutex mutex(false);
-    Door held, release;
-    FunctionThread idle([&] { release.acquire(); }, "idle");
+    Door begun, release;
+    auto const wait = [&]
+    {
+        begun.release();
+        release.acquire();
+    };
+    FunctionThread idle(wait, "idle");
+    begun.acquire();
     auto const hold = [&]
     {
         ZKAutoLock<ZKMutex> guard(mutex);
-        held.release();
-        release.acquire();
+        wait();
     };
     FunctionThread holder(hold, "the holder");
-    held.acquire();
-    auto const wait = [&]
+    begun.acquire();
+    auto const take = [&]
     {
         ZKAutoLock<ZKMutex> guard(mutex);
         auto const reports = threadStatus();
         EXPECT_TRUE(reports[reports.size() - 1].waiting.isEmpty());
     };
-    FunctionThread waiter(wait, "the waiter");
+    FunctionThread waiter(take, "the waiter");
     auto reports = statusOfWaiter(ZKLock::Type::MUTEX);
     EXPECT_TRUE(eventually([] { return threadStatus()[2].waiting[0].waitMilliseconds > 0; }));
     reports[1].obtained.add({static_cast<ZKLock::Type::Value>(9), "m"});
