@@ -71,6 +71,16 @@ XCode ZKSemaphore::take(ZK::Time const* deadline)
     return XCODE_SUCCESS;
 }
 
+/// Without the kernel, which sleeps even if the deadline has passed.
+XCode ZKSemaphore::takeAtOnce()
+{
+    ZKAutoLock<ZKMutex> guard(m_mutex);
+    if (m_current.load(std::memory_order_relaxed) <= 0)
+        return codeOfErrno(ETIMEDOUT);
+    m_current.fetch_sub(1, std::memory_order_relaxed);
+    return XCODE_SUCCESS;
+}
+
 XCode ZKSemaphore::wait()
 {
     XCode code = take(nullptr);
@@ -95,6 +105,8 @@ XCode ZKSemaphore::waitFor(int milliseconds)
 {
     if (milliseconds == NO_LIMIT)
         return wait();
+    if (milliseconds == 0)
+        return takeAtOnce();
     ZK::Time deadline = ZK::Time::NOW(m_source);
     deadline.addMilliseconds(milliseconds);
     return waitUntil(deadline);

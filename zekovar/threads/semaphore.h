@@ -39,6 +39,7 @@ public:
 
 private:
     XCode take(ZK::Time const* deadline);
+    XCode takeAtOnce();
 
     ZK::Time::Source m_source;
     ZKMutex m_mutex;
