@@ -31,6 +31,8 @@ protected:
     public:
         explicit TestClient(String const& path) : m_path(path) {}
 
+        ~TestClient() override { Client::close(); }
+
         XCode connect(String const&) override { return Client::connect(m_path); }
 
     private:
