@@ -33,7 +33,7 @@ void appendFloating(std::string& out, double value)
 {
     char digits[32];
     auto const result = std::to_chars(digits, std::end(digits), value, std::chars_format::general, FLOATING_DIGITS);
-    out.append(digits, result.ptr);
+    out.append(digits, static_cast<size_t>(result.ptr - digits));
 }
 }
 
@@ -77,7 +77,8 @@ void appendPlain(std::string& out, Value const& value)
 void appendInteger(std::string& out, long long value)
 {
     char digits[24];
-    out.append(digits, std::to_chars(digits, std::end(digits), value).ptr);
+    char const* const end = std::to_chars(digits, std::end(digits), value).ptr;
+    out.append(digits, static_cast<size_t>(end - digits));
 }
 
 XCode parseXCode(String const& text)
