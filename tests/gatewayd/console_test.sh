@@ -177,7 +177,7 @@ elif command -v python3 >/dev/null; then
     expect http '^Failed to connect to 127.0.0.1 port 1 '
     echo 'served over HTTP' >"$dir/page"
     : >"$dir/out"
-    python3 -u -m http.server --bind 127.0.0.1 --directory "$dir" 0 >"$dir/out" 2>&1 &
+    python3 -u -m http.server --bind 127.0.0.1 --directory "$dir" 0 >"$dir/out" 2>/dev/null & # which names the port and no more
     server=$!
     await ' port [0-9]'
     port=$(sed -n 's/.* port \([0-9]*\) .*/\1/p' "$dir/out")
