@@ -155,6 +155,8 @@ public:
     template <class... Values>
     void operator()(Values&&... values)
     {
+        if (!m_hasSlots.load(std::memory_order_acquire))
+            return; // and another thread may be connecting the first
         EmissionLock emission(*this);
         Invoker<S, G> invoker(std::forward<Values>(values)...);
         Iterator<S, G> slot(emission.getSlots(), invoker);
@@ -167,6 +169,8 @@ public:
     template <class... Values>
     void emitMoving(Values&&... values)
     {
+        if (!m_hasSlots.load(std::memory_order_acquire))
+            return; // as above
         EmissionLock emission(*this);
         Invoker<S, G> invoker(std::forward<Values>(values)...);
         Iterator<S, G> slot(emission.getSlots(), invoker);
