@@ -1,6 +1,7 @@
 #include "tests/events/loop_fixture.h"
 #include "tests/string_printer.h"
 #include "zekovar/events/event_sync.h"
+#include "zekovar/events/standard_loops.h"
 
 #include <gtest/gtest.h>
 
@@ -291,4 +292,24 @@ TEST(EventQueue, NamesTheHandlerOfAnEntry)
     info.event = new ZKEvent(loop, EventPrio::LOW, &ZKEventLoop::ON_TRIGGER, &loop);
     EXPECT_TRUE(ZKEventQueue::GET_HANDLE_INFO(info).endsWith(" -> ZKEventLoop::ON_TRIGGER(void*)"));
     info.event->destroy();
+}
+
+TEST(StandardLoops, RunUnderTheirNamesWithTheirTicks)
+{
+    auto const expectLoop = [](ZKEventLoop& loop, char const* name, unsigned int fine)
+    {
+        EXPECT_EQ(loop.getName(), name);
+        EXPECT_FALSE(loop.isStopped());
+        EXPECT_EQ(loop.getTickerManager(10 * fine - 1)->getResolution(), fine);
+        EXPECT_EQ(loop.getTickerManager(10 * fine)->getResolution(), 10 * fine);
+        EXPECT_EQ(loop.getTickerManager(100 * fine)->getResolution(), 10 * fine);
+        EXPECT_EQ(loop.getTickerManager(100 * fine + 1), nullptr);
+    };
+    expectLoop(CONFIG::INSTANCE(), "Config", 1000);
+    expectLoop(CRIT::INSTANCE(), "Crit", 100);
+    expectLoop(IO::INSTANCE(), "IO", 100);
+    expectLoop(MGMT::INSTANCE(), "Mgmt", 1000);
+    EXPECT_EQ(CRIT::INSTANCE().getAsyncContext().loop, &CRIT::INSTANCE());
+    EXPECT_EQ(IO::INSTANCE().getSyncContext().type, ZK::FunctionContext::Type::SYNC);
+    EXPECT_EQ(MGMT::INSTANCE().getDirectContext().type, ZK::FunctionContext::Type::DIRECT);
 }

@@ -228,6 +228,7 @@ TEST_F(ActiveFileTest, WatchingFollowsTheDescriptor)
     ZKFile fifo(directory / "fifo", true, false);
     ASSERT_TRUE(fifo.createFifo(0600));
     m_file = ZK::MovePtr<ActiveFile>(new ActiveFile(m_loop, fifo.getPath(), true, false));
+    EXPECT_EQ(m_file->getLock(), &m_loop.getEventSync(EventPrio::NORMAL));
     takeBytes();
     for (std::string const told : {"one ", "one one "})
     {
@@ -322,7 +323,7 @@ TEST_F(ActiveFileTest, CopyHasTheFileButNotTheSlots)
     takeBytes();
     TestLoop otherLoop;
     ActiveFile copy(*m_file), moved(std::move(*m_file)), assigned(otherLoop, "", false, false);
-    EXPECT_TRUE(copy.getFd() == m_file->getFd() && moved.getFd() == m_file->getFd());
+    EXPECT_TRUE(copy.getFd() == m_file->getFd() && moved.getFd() == m_file->getFd() && copy.getLock() == nullptr);
     EXPECT_FALSE(copy.onBinaryData.hasSlots() || moved.onBinaryData.hasSlots());
     EXPECT_TRUE(m_file->close() && !copy.isOpen());
 
